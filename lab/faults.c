@@ -1,0 +1,263 @@
+/* Fault rules as they are typed: WHERE#N=WHAT[,WHAT...]. */
+#include "gateway.h"
+
+#include "libkx.h"
+
+/* The kernel has no UINT32_MAX and its like. */
+static const uint64_t max_result = 0x7fffffff;
+static const uint64_t max_32 = 0xffffffff;
+static const uint64_t max_64 = 0xffffffffffffffff;
+
+/* The library's functions, and whether their first output is a number, which a fault can then replace. */
+static const struct {
+    const char name[GATEWAY_FUNCTION_NAME];
+    bool gives_number;
+} functions[] = {
+    {"libkx_switchApi_ipv4SetRateLimit", false},
+    {"libkx_switchApi_ipv6SetRateLimit", false},
+    {"libkx_switchApi_vlanSetRateLimit", false},
+    {"libkx_switchApi_portSetRateLimit", false},
+    {"libkx_qos_OSGI_getCounterByFlow", true},
+    {"libkx_qos_OSGI_clearCounterByFlow", false},
+    {"libkx_qos_hostEntryAdd", true},
+    {"libkx_qos_hostEntryDel", true},
+    {"libkx_qos_hostCounterGet", true},
+    {"libkx_qos_hostCounterClear", false},
+    {"libkx_netApi_getWanStats", true},
+    {"libkx_netApi_setWanRateLimit", false},
+    {"libkx_qos_create_counter", true},
+    {"libkx_qos_is_counter_created", false},
+    {"libkx_qos_get_counter", true},
+    {"libkx_qos_clear_counter", false},
+    {"libkx_qos_delete_counter", false},
+    {"libkx_qos_create_bucket", true},
+    {"libkx_qos_is_bucket_created", false},
+    {"libkx_qos_get_bucket", true},
+    {"libkx_qos_set_bucket", false},
+    {"libkx_qos_delete_bucket", false},
+    {"libkx_qos_add_rule", false},
+    {"libkx_qos_get_rule", false},
+    {"libkx_qos_delete_rule", false},
+    {"libkx_qos_get_next_rule", false},
+};
+
+/* Readers: each takes what it reads off the front of *at, and gives false when that is not there. */
+
+static bool take(const char **at, const char *words)
+{
+    const char *from = *at;
+
+    while (*words != '\0') {
+        if (*from++ != *words++)
+            return false;
+    }
+    *at = from;
+    return true;
+}
+
+static bool take_number(const char **at, uint64_t max, uint64_t *number)
+{
+    const char *from = *at;
+
+    *number = 0;
+    for (; **at >= '0' && **at <= '9'; (*at)++) {
+        const unsigned digit = (unsigned)(**at - '0');
+        if (digit > max || *number > (max - digit) / 10)
+            return false;
+        *number = *number * 10 + digit;
+    }
+    return *at != from;
+}
+
+static bool take_digit(const char **at, uint8_t *digit)
+{
+    const char c = **at;
+
+    if (c >= '0' && c <= '9')
+        *digit = (uint8_t)(c - '0');
+    else if (c >= 'a' && c <= 'f')
+        *digit = (uint8_t)(c - 'a' + 10);
+    else if (c >= 'A' && c <= 'F')
+        *digit = (uint8_t)(c - 'A' + 10);
+    else
+        return false;
+    (*at)++;
+    return true;
+}
+
+static bool take_byte(const char **at, uint8_t *byte)
+{
+    uint8_t high;
+    uint8_t low;
+
+    if (!take_digit(at, &high) || !take_digit(at, &low))
+        return false;
+    *byte = (uint8_t)(high << 4 | low);
+    return true;
+}
+
+/* The parts. Each gives null, or what is wrong. */
+
+static const char *read_function(const char **at, struct gateway_fault *fault)
+{
+    size_t length = 0;
+
+    while ((*at)[length] != '\0' && (*at)[length] != '#' && length + 1 < GATEWAY_FUNCTION_NAME) {
+        fault->function[length] = (*at)[length];
+        length++;
+    }
+    *at += length;
+    fault->where = GATEWAY_CALL;
+    for (unsigned i = 0; i < sizeof functions / sizeof functions[0]; i++) {
+        if (text_same(fault->function, functions[i].name))
+            return NULL;
+    }
+    return "WHERE is open, request, the number of a request, or a function of the library";
+}
+
+static const char *read_where(const char **at, struct gateway_fault *fault)
+{
+    uint64_t number;
+
+    if (**at >= '0' && **at <= '9') {
+        fault->where = GATEWAY_REQUEST;
+        if (!take_number(at, 255, &number))
+            return "the number of a request is at most 255";
+        fault->request = (uint32_t)number;
+        return NULL;
+    }
+    if (take(at, "open#")) {
+        fault->where = GATEWAY_OPEN;
+    } else if (take(at, "request#")) {
+        fault->where = GATEWAY_ANY_REQUEST;
+    } else {
+        return read_function(at, fault);
+    }
+    (*at)--; /* the "#" is for the next reader */
+    return NULL;
+}
+
+static const char *read_nth(const char **at, struct gateway_fault *fault)
+{
+    uint64_t number = 0;
+
+    if (!take(at, "#"))
+        return "a # stands behind WHERE";
+    if (take(at, "*"))
+        return NULL;
+    if (!take_number(at, max_32, &number) || number == 0)
+        return "N is * or a number from 1 on";
+    fault->nth = (uint32_t)number;
+    return NULL;
+}
+
+static bool is_request(const struct gateway_fault *fault)
+{
+    return fault->where == GATEWAY_REQUEST || fault->where == GATEWAY_ANY_REQUEST;
+}
+
+static bool gives_number(const struct gateway_fault *fault)
+{
+    for (unsigned i = 0; i < sizeof functions / sizeof functions[0]; i++) {
+        if (fault->where == GATEWAY_CALL && text_same(fault->function, functions[i].name))
+            return functions[i].gives_number;
+    }
+    return false;
+}
+
+/* OFFSET:HEX */
+static const char *read_bytes(const char **at, struct gateway_fault *fault)
+{
+    const size_t known = model_payload_size(KXQOS_REQUEST(fault->request));
+    const size_t size = fault->where == GATEWAY_REQUEST && known != 0 ? known : MODEL_PAYLOAD_MAX;
+    uint64_t offset;
+    uint8_t byte;
+
+    if (!is_request(fault))
+        return "bytes is for requests";
+    if (!take_number(at, size - 1, &offset))
+        return "bytes begins with an offset within the payload";
+    if (!take(at, ":") || **at == '\0' || **at == ',')
+        return "bytes is bytes:OFFSET:HEX";
+    for (; **at != '\0' && **at != ','; offset++) {
+        if (!take_byte(at, &byte))
+            return "bytes has two hexadecimal digits for each byte";
+        if (offset >= size)
+            return "bytes goes beyond the payload";
+        fault->is_written[offset] = 1;
+        fault->written[offset] = byte;
+    }
+    fault->has_bytes = 1;
+    return NULL;
+}
+
+static const char *read_result(const char **at, struct gateway_fault *fault)
+{
+    uint64_t number;
+
+    if (!take_number(at, max_result, &number))
+        return "a result is 0 to 2147483647";
+    fault->has_result = 1;
+    fault->result = (int32_t)number;
+    return NULL;
+}
+
+static const char *read_value(const char **at, struct gateway_fault *fault)
+{
+    if (!gives_number(fault))
+        return "value is for functions of the library whose first output is a number";
+    if (!take_number(at, max_64, &fault->value))
+        return "a value is a number from 0 on";
+    fault->has_value = 1;
+    return NULL;
+}
+
+static const char *read_what(const char **at, struct gateway_fault *fault)
+{
+    if (take(at, "bytes:"))
+        return read_bytes(at, fault);
+    if (take(at, "result:"))
+        return read_result(at, fault);
+    if (take(at, "value:"))
+        return read_value(at, fault);
+    if (take(at, "fail"))
+        fault->fails = 1;
+    else if (take(at, "kill"))
+        fault->kills = 1;
+    else
+        return "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill";
+    return NULL;
+}
+
+static const char *check_combination(const struct gateway_fault *fault, unsigned parts)
+{
+    if ((fault->fails || fault->kills) && parts > 1)
+        return "fail and kill stand alone";
+    if (fault->kills && !is_request(fault))
+        return "kill is for requests";
+    if (fault->where == GATEWAY_OPEN && !fault->fails)
+        return "an open can only fail";
+    return NULL;
+}
+
+const char *gateway_read_fault(const char *typed, struct gateway_fault *fault)
+{
+    const char *at = typed;
+    const char *wrong;
+    unsigned parts = 0;
+
+    memset(fault, 0, sizeof *fault);
+    wrong = read_where(&at, fault);
+    if (wrong == NULL)
+        wrong = read_nth(&at, fault);
+    if (wrong == NULL && !take(&at, "="))
+        wrong = "a = stands behind N";
+    do {
+        if (wrong == NULL)
+            wrong = read_what(&at, fault);
+        parts++;
+    } while (wrong == NULL && take(&at, ","));
+    if (wrong == NULL && *at != '\0')
+        wrong = "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill";
+    return wrong != NULL ? wrong : check_combination(fault, parts);
+}

@@ -1,0 +1,213 @@
+/* libkxqos-lab.so, preloaded: open, ioctl and close of exactly /dev/kxqos become events of the lab, and everything else
+ * goes where it would have gone. The device's descriptor is a real one, of /dev/null, so that it has the number that
+ * the device's would have; a duplicate of it is not followed. */
+#include "visit.h"
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdatomic.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#undef open64
+
+#ifdef __GLIBC__
+typedef unsigned long ioctl_request;
+#else
+typedef int ioctl_request;
+#endif
+
+#define EXPORTED __attribute__((visibility("default")))
+
+enum { descriptors = 1 << 16 };
+
+static atomic_uchar is_device[descriptors];
+
+static bool device(int fd)
+{
+    return fd >= 0 && fd < descriptors && atomic_load(&is_device[fd]) != 0;
+}
+
+/* The function that would have been called without this library. */
+static void find_next(const char *name, void *function)
+{
+    void *address = dlsym(RTLD_NEXT, name);
+
+    memcpy(function, &address, sizeof address);
+}
+
+static int real_open(const char *path, int flags, mode_t mode)
+{
+    static int (*next)(const char *, int, ...);
+
+    if (next == NULL)
+        find_next("open", &next);
+    return next(path, flags, mode);
+}
+
+static int real_open64(const char *path, int flags, mode_t mode)
+{
+    static int (*next)(const char *, int, ...);
+
+    if (next == NULL)
+        find_next("open64", &next);
+    return next(path, flags, mode);
+}
+
+static int real_ioctl(int fd, ioctl_request request, void *argument)
+{
+    static int (*next)(int, ioctl_request, ...);
+
+    if (next == NULL)
+        find_next("ioctl", &next);
+    return next(fd, request, argument);
+}
+
+static int real_close(int fd)
+{
+    static int (*next)(int);
+
+    if (next == NULL)
+        find_next("close", &next);
+    return next(fd);
+}
+
+static bool is_lab_device(const char *path)
+{
+    return path != NULL && text_same(path, KXQOS_DEVICE) && lab_variable(LAB_STATE) != NULL;
+}
+
+/* The descriptor comes first, so that it is the lowest free one. */
+static int open_device(int flags, mode_t mode)
+{
+    const int before = errno;
+    const int fd = real_open("/dev/null", flags, mode);
+    struct visit visit;
+    int result;
+
+    if (fd < 0)
+        return -1;
+    if (fd >= descriptors) {
+        result = -EMFILE;
+    } else if (!visit_is_seen()) {
+        result = 0;
+    } else if (!visit_begin(&visit)) {
+        result = -errno;
+    } else {
+        result = gateway_open(visit.session, flags, &visit.line);
+        visit_end(&visit);
+    }
+    if (result < 0) {
+        real_close(fd);
+        errno = -result;
+        return -1;
+    }
+    atomic_store(&is_device[fd], 1);
+    errno = before;
+    return fd;
+}
+
+/* Carries out a request whose payload is in the state file, or null for one that could not be read. */
+static int carry_out(struct visit *visit, uint32_t request, void *payload)
+{
+    const bool changes = model_changes(request);
+    struct state *state = changes ? store_begin(&visit->store) : store_current(&visit->store);
+    bool killed = false;
+    const int result = gateway_request(visit->session, &state->module, request, payload, &visit->line, &killed);
+
+    if (killed)
+        kill(getpid(), SIGKILL);
+    if (changes)
+        store_commit(&visit->store);
+    return result;
+}
+
+/* The payload goes through the state file by pwrite and pread, which fail with EFAULT on a bad pointer as a module's
+ * copies do. */
+static int request_device(uint32_t request, void *argument)
+{
+    const int before = errno;
+    const size_t size = model_payload_size(request);
+    const off_t place = offsetof(struct store_file, payload);
+    struct visit visit;
+    int result;
+
+    if (!visit_begin(&visit))
+        return -1;
+    if (size != 0 && pwrite(visit.store.fd, argument, size, place) != (ssize_t)size) {
+        result = carry_out(&visit, request, NULL);
+    } else {
+        result = carry_out(&visit, request, visit.store.file->payload);
+        if (size != 0 && pread(visit.store.fd, argument, size, place) != (ssize_t)size)
+            result = -EFAULT;
+    }
+    visit_end(&visit);
+    errno = result < 0 ? -result : before;
+    return result < 0 ? -1 : result;
+}
+
+static void close_device(int fd)
+{
+    const int before = errno;
+    struct visit visit;
+
+    atomic_store(&is_device[fd], 0);
+    if (visit_is_seen() && visit_begin(&visit)) {
+        gateway_close(&visit.line);
+        visit_end(&visit);
+    }
+    errno = before;
+}
+
+/* The mode is there only for a call that may make a file. */
+static bool has_mode(int flags)
+{
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+}
+
+EXPORTED int open(const char *file, int oflag, ...)
+{
+    mode_t mode = 0;
+    va_list rest;
+
+    if (has_mode(oflag)) {
+        va_start(rest, oflag);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
+    return is_lab_device(file) ? open_device(oflag, mode) : real_open(file, oflag, mode);
+}
+
+EXPORTED int open64(const char *file, int oflag, ...)
+{
+    mode_t mode = 0;
+    va_list rest;
+
+    if (has_mode(oflag)) {
+        va_start(rest, oflag);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
+    return is_lab_device(file) ? open_device(oflag, mode) : real_open64(file, oflag, mode);
+}
+
+EXPORTED int ioctl(int fd, ioctl_request request, ...)
+{
+    va_list rest;
+    void *argument;
+
+    va_start(rest, request);
+    argument = va_arg(rest, void *);
+    va_end(rest);
+    return device(fd) ? request_device((uint32_t)request, argument) : real_ioctl(fd, request, argument);
+}
+
+EXPORTED int close(int fd)
+{
+    if (device(fd))
+        close_device(fd);
+    return real_close(fd);
+}

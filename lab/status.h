@@ -1,0 +1,10 @@
+/* What the module and the library hold, printed for people. */
+#ifndef LAB_STATUS_H
+#define LAB_STATUS_H
+
+#include "store.h"
+
+void print_status(const struct state *state);
+void print_log(const struct model *module);
+
+#endif

@@ -1,0 +1,31 @@
+/* One event inside the lab, from the point of view of the process it happens in: the state file locked, the session's
+ * faults at hand, one line for the trace. What belongs to which lab is told by environment variables.
+ */
+#ifndef LAB_VISIT_H
+#define LAB_VISIT_H
+
+#include "store.h"
+
+#define LAB_STATE "KXQOS_LAB_STATE"     /* the state file; unset outside the lab */
+#define LAB_TRACE "KXQOS_LAB_TRACE"     /* the trace; unset for none */
+#define LAB_SESSION "KXQOS_LAB_SESSION" /* a struct gateway_session; unset for no faults */
+
+struct visit {
+    struct store store;
+    struct gateway_session *session;
+    struct gateway_line line;
+};
+
+/* The value of one of the variables, null if it is unset or empty. */
+const char *lab_variable(const char *name);
+
+/* False when nobody would notice an open or a close: no trace, no faults. */
+bool visit_is_seen(void);
+
+/* Opens and locks. Gives false and errno when there is no lab or its state cannot be used. */
+bool visit_begin(struct visit *visit);
+
+/* Writes the line to the trace and unlocks. */
+void visit_end(struct visit *visit);
+
+#endif

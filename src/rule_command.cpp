@@ -1,0 +1,108 @@
+#include "rule_command.h"
+
+#include "device.h"
+#include "number.h"
+#include "output.h"
+#include "profiles.h"
+#include "rule_parse.h"
+#include "rule_show.h"
+#include "usage.h"
+#include "words.h"
+
+static int incomplete_command()
+{
+    print_line("Err: Incomplete command! ");
+    rule_cmd_usage();
+    return -1;
+}
+
+static int invalid_command()
+{
+    print_line("Err: Invalid command! ");
+    return -1;
+}
+
+static int check_rule_id(const kxqos_rule_t *rule)
+{
+    const qos_profile &profile = qosProfileName[rule->table_id];
+    if (rule->rule_id <= profile.highestRuleID)
+        return 0;
+    print("Err: Maximum %d rules of %s profile! \n", profile.highestRuleID, profile.name);
+    return -1;
+}
+
+static int select_profile(const char *word, kxqos_rule_t *rule)
+{
+    const int profile = find_profile(word);
+    if (profile >= 0) {
+        rule->table_id = static_cast<uint16_t>(profile);
+        return check_rule_id(rule);
+    }
+    // A profile given by number is not held to its rule limit: meant.
+    return begins_profile_number(word) ? parse_profile_number(word, &rule->table_id) : -1;
+}
+
+static int add_matching_rule(int count, const char *const *words, kxqos_rule_t *rule)
+{
+    if (count < 4) // a pair, "action" and one more
+        return incomplete_command();
+    if (parse_rule_command(count, words, rule) != 0)
+        return -1;
+    return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_ADD), rule);
+}
+
+static int add_rule(int count, const char *const *words, kxqos_rule_t *rule)
+{
+    if (count < 1)
+        return incomplete_command();
+    if (parse_action_command(count, words, rule) != 0)
+        return -1;
+    return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_ADD), rule);
+}
+
+static int show_rule(kxqos_rule_t *rule)
+{
+    const int result = kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_GET), rule);
+    if (result >= 0)
+        show_rule_entry(rule);
+    return result;
+}
+
+// The sub-command and, behind it, count words of its own.
+static int do_sub_command(const char *name, int count, const char *const *words, kxqos_rule_t *rule)
+{
+    if (begins(name, "match", 2))
+        return add_matching_rule(count, words, rule);
+    if (begins(name, "action", 2))
+        return add_rule(count, words, rule);
+    if (begins(name, "delete", 2))
+        return count > 0 ? invalid_command() : kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_DELETE), rule);
+    if (begins(name, "show", 2))
+        return count > 0 ? invalid_command() : show_rule(rule);
+    print_line("Err: Unknown command! ");
+    return 0; // not a failure: meant
+}
+
+int do_rule_command(int count, const char *const *words)
+{
+    if (count < 2)
+        return incomplete_command();
+    kxqos_rule_t rule = {};
+    // Wider than any profile, whose own limit is checked below: meant.
+    if (parse_u16(words[0], &rule.rule_id, 1, 4096) != 0)
+        return -1;
+    int sub = 1;
+    if (begins(words[1], "profile", 3)) {
+        sub = 3;
+        if (select_profile(count > 2 ? words[2] : nullptr, &rule) != 0 || count <= sub)
+            return -1;
+    } else if (check_rule_id(&rule) != 0) {
+        return -1;
+    }
+    return do_sub_command(words[sub], count - (sub + 1), words + sub + 1, &rule);
+}
+
+int get_next_valid_rule_entry(kxqos_rule_t *pRule)
+{
+    return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_NEXT), pRule);
+}
