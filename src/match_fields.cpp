@@ -127,7 +127,7 @@ void format_match_field(const kxqos_rule_t *rule, int field, int portMapDigits, 
 {
     const match_field &row = match_fields[field];
     const void *value = match_value(rule, row);
-    const void *second = static_cast<const char *>(value) + mask_distance;
+    const void *second = match_mask(rule, row);
     text->inverse = has_field(rule->fieldInverse, field) ? "!" : "";
     text->form = has_field(rule->fieldMode, field) ? match_form::range : match_form::mask;
     switch (row.kind) {

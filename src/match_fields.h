@@ -30,9 +30,6 @@ struct match_field {
 // Row n is field KXQOS_MATCH_* n.
 extern const match_field match_fields[KXQOS_MATCH_MAX];
 
-// A field's mask or range end lies this far behind its value.
-inline constexpr size_t mask_distance = offsetof(kxqos_rule_t, mask) - offsetof(kxqos_rule_t, field);
-
 // The field that the word is a keyword of, or -1.
 int find_match_field(const char *word);
 
@@ -44,6 +41,25 @@ inline void *match_value(kxqos_rule_t *rule, const match_field &row)
 inline const void *match_value(const kxqos_rule_t *rule, const match_field &row)
 {
     return reinterpret_cast<const char *>(rule) + row.offset;
+}
+
+// The mask or range end of a value: the same member of the record's second half. Null for the members that stand
+// behind both halves and have none.
+inline constexpr size_t mask_distance = offsetof(kxqos_rule_t, mask) - offsetof(kxqos_rule_t, field);
+
+inline bool has_mask(const match_field &row)
+{
+    return row.offset < offsetof(kxqos_rule_t, mask);
+}
+
+inline void *match_mask(kxqos_rule_t *rule, const match_field &row)
+{
+    return has_mask(row) ? reinterpret_cast<char *>(rule) + row.offset + mask_distance : nullptr;
+}
+
+inline const void *match_mask(const kxqos_rule_t *rule, const match_field &row)
+{
+    return has_mask(row) ? reinterpret_cast<const char *>(rule) + row.offset + mask_distance : nullptr;
 }
 
 // The sets of fields: field n is bit n % 8 of byte n / 8.

@@ -44,14 +44,14 @@ static int parse_device_name(const char *text, char *name, value_flags *flags)
     if (text == nullptr || strlen(text) >= KXQOS_DEVICE_NAME_SIZE) // a "!" counts: meant
         return -1;
     flags->inverse = *text == '!';
-    strcpy(name, text + flags->inverse);
+    strncpy(name, text + flags->inverse, KXQOS_DEVICE_NAME_SIZE); // clears what an earlier, longer name left
     return 0;
 }
 
 static int parse_value(const match_field &row, const char *text, kxqos_rule_t *rule, value_flags *flags)
 {
     void *value = match_value(rule, row);
-    void *mask = static_cast<char *>(value) + mask_distance;
+    void *mask = match_mask(rule, row);
     switch (row.kind) {
     case match_kind::mac:
         return parse_mac_addr(text, static_cast<u8 *>(value), static_cast<u8 *>(mask), &flags->range, &flags->inverse);
