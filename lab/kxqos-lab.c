@@ -23,7 +23,7 @@ struct options {
     const char *trace;    /* null for none */
     const char *preload;  /* null for the library beside this program, "" for none */
     const char *emulator; /* null for none */
-    const char *traffic;  /* null for none */
+    int64_t traffic;      /* packets, -1 for no offer */
     char **command;       /* null for a shell */
 };
 
@@ -104,34 +104,36 @@ static bool take_task(struct options *options, const char *word)
 }
 
 /* Takes an option with a value. */
-static void take_option(struct options *options, const char *word, const char *value)
+static bool take_option(struct options *options, const char *word, const char *value)
 {
     const struct {
         const char *word;
         const char **value;
     } table[] = {
-        {"--state", &options->state},     {"--trace", &options->trace},       {"--traffic", &options->traffic},
-        {"--preload", &options->preload}, {"--emulator", &options->emulator},
+        {"--state", &options->state},
+        {"--trace", &options->trace},
+        {"--preload", &options->preload},
+        {"--emulator", &options->emulator},
     };
 
     for (unsigned i = 0; i < sizeof table / sizeof table[0]; i++) {
-        if (!text_same(word, table[i].word))
-            continue;
-        if (value == NULL)
-            fail("%s: a value is missing", word);
-        *table[i].value = value;
-        return;
+        if (text_same(word, table[i].word)) {
+            *table[i].value = value;
+            return true;
+        }
     }
-    if (!text_same(word, "--fault"))
-        fail("%s: unknown option; kxqos-lab --help shows those that there are", word);
-    if (value == NULL)
-        fail("%s: a value is missing", word);
-    add_fault(value);
+    if (text_same(word, "--fault"))
+        add_fault(value);
+    else if (text_same(word, "--traffic"))
+        options->traffic = traffic_of(value);
+    else
+        return false;
+    return true;
 }
 
 static struct options read_options(char **words)
 {
-    struct options options = {0};
+    struct options options = {.traffic = -1};
 
     while (*words != NULL && (*words)[0] == '-') {
         char *word = *words++;
@@ -143,13 +145,15 @@ static struct options read_options(char **words)
         }
         if (take_task(&options, word))
             continue;
-        take_option(&options, word, *words);
-        words++;
+        if (!take_option(&options, word, *words != NULL ? *words : ""))
+            fail("%s: unknown option; kxqos-lab --help shows those that there are", word);
+        if (*words++ == NULL)
+            fail("%s: a value is missing", word);
     }
     if (*words != NULL)
         options.command = words;
     if (options.task != run_command &&
-        (options.command != NULL || options.trace != NULL || options.traffic != NULL || options.preload != NULL ||
+        (options.command != NULL || options.trace != NULL || options.traffic >= 0 || options.preload != NULL ||
          options.emulator != NULL || session.fault_count != 0))
         fail("only --state goes with --reboot, --status and --log");
     if (options.emulator != NULL && (options.preload == NULL || options.command == NULL))
@@ -364,8 +368,8 @@ static int run_in_lab(const struct options *options, struct store *store, const 
 
     if (options->trace != NULL)
         open_trace(options->trace);
-    if (options->traffic != NULL)
-        offer(store, traffic_of(options->traffic));
+    if (options->traffic >= 0)
+        offer(store, (uint32_t)options->traffic);
     store_close(store);
     set_environment(options, state);
     status = run(words_to_run(options));
@@ -380,8 +384,6 @@ int main(int argc, char **argv)
     const char *state = options.state != NULL ? options.state : usual_state();
     struct store store;
 
-    if (options.traffic != NULL)
-        traffic_of(options.traffic);
     open_state(&store, state);
     switch (options.task) {
     case reboot:

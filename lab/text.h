@@ -19,6 +19,8 @@ struct text {
     size_t length;
 };
 
+#ifndef __cplusplus /* their conversions are C's */
+
 static inline struct text text_in(char *start, size_t size)
 {
     struct text text = {start, size, 0};
@@ -84,5 +86,7 @@ static inline bool text_same(const char *left, const char *right)
     }
     return *left == *right;
 }
+
+#endif
 
 #endif
