@@ -1,0 +1,99 @@
+// The hand at a gateway's keyboard. Reads lines from standard input:
+//
+//     roundtrip-hand type TOOL    each line a command, "kxqosctl" left out, its words separated by blanks and tabs;
+//                                 prints its status, and throws away what it prints
+//     roundtrip-hand send         each line "NR HEX", a request and its payload; prints its result and the payload
+//                                 that came back
+#include "kxqos.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <iostream>
+#include <spawn.h>
+#include <string>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> words_of(const std::string &line)
+{
+    std::vector<std::string> words;
+    size_t start = line.find_first_not_of(" \t");
+    while (start != std::string::npos) {
+        size_t end = std::min(line.find_first_of(" \t", start), line.size());
+        words.push_back(line.substr(start, end - start));
+        start = line.find_first_not_of(" \t", end);
+    }
+    return words;
+}
+
+int status_of(std::vector<std::string> words)
+{
+    std::vector<char *> argv;
+    argv.reserve(words.size() + 1);
+    for (std::string &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t pid = 0;
+    int error = posix_spawn(&pid, argv[0], &files, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    int status = 0;
+    if (error != 0 || waitpid(pid, &status, 0) != pid) {
+        std::perror(argv[0]);
+        std::exit(2);
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void type(const std::string &tool)
+{
+    for (std::string line; std::getline(std::cin, line);) {
+        std::vector<std::string> words = words_of(line);
+        words.insert(words.begin(), tool);
+        std::printf("%d\n", status_of(words));
+    }
+}
+
+void send()
+{
+    for (std::string line; std::getline(std::cin, line);) {
+        std::vector<std::string> words = words_of(line);
+        alignas(8) std::array<unsigned char, 1024> payload = {};
+        size_t size = words.at(1).size() / 2;
+        for (size_t i = 0; i < size; i++)
+            payload.at(i) = static_cast<unsigned char>(std::stoul(words[1].substr(2 * i, 2), nullptr, 16));
+        int device = open(KXQOS_DEVICE, O_RDWR);
+        int result = ioctl(device, KXQOS_REQUEST(std::stoul(words[0])), payload.data());
+        close(device);
+        std::printf("%d ", result);
+        for (size_t i = 0; i < size; i++)
+            std::printf("%02x", static_cast<unsigned>(payload.at(i)));
+        std::printf("\n");
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc == 3 && std::strcmp(argv[1], "type") == 0) {
+        type(argv[2]);
+    } else if (argc == 2 && std::strcmp(argv[1], "send") == 0) {
+        send();
+    } else {
+        std::fputs("usage: roundtrip-hand type TOOL | roundtrip-hand send\n", stderr);
+        return 2;
+    }
+    return 0;
+}

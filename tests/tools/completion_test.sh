@@ -1,0 +1,157 @@
+#!/bin/bash
+# Completion in bash, and in zsh where there is one: completion_test.sh
+# What is expected is written from the grammar of the commands.
+set -u
+completions=$(cd "$(dirname "$0")/../../completions" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit
+failures=0
+tests=0
+
+same() {
+    tests=$((tests + 1))
+    [ "$2" = "$3" ] && return
+    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
+    failures=$((failures + 1))
+}
+
+# shellcheck source=/dev/null
+. "$completions/kxqosctl.bash"
+
+# completes LINE WORDS: what is offered at the end of the line.
+completes() {
+    COMP_LINE=$1
+    COMP_POINT=${#1}
+    COMPREPLY=()
+    _kxqosctl
+    same "$1" "$2" "${COMPREPLY[*]}"
+}
+
+match='dmac smac ethertype tpid vid pri ivid ipri dip sip dip6 sip6 tos dscp pre fl tc protocol sport dport rxports txports
+ indev invirtdev outdev wan edmac esip esip6 esport protocols'
+match=${match//$'\n'/}
+most='queue rate-bucket 8021p dscp counter bypass-kxnat sw-fwd'
+profiles='qos osgiflow lanhost bridgedata hardacc'
+interfaces=$(cd /sys/class/net && echo *)
+
+completes 'kxqosctl ' \
+    'rule bucket debug configuration qos limit counter queue puredscpremark fine-classifi refresh reset test \?'
+completes 'kxqosctl re' 'refresh reset'
+completes 'kxqosctl x' ''
+completes 'kxqosctl rule ' ''
+completes 'kxqosctl rule 5 ' 'profile match action delete show'
+completes 'kxqosctl rule 5 profile ' "$profiles"
+completes 'kxqosctl rule 5 profile l' lanhost
+completes 'kxqosctl rule 5 profile qos ' 'match action delete show'
+completes 'kxqosctl rule 5 show ' ''
+completes 'kxqosctl rule 5 profile qos delete ' ''
+completes 'kxqosctl rule 5 match ' "$match"
+completes 'kxqosctl rule 5 profile qos match ' "$match"
+completes 'kxqosctl ru 5 pro qos ma ' "$match"
+completes 'kxqosctl rule 5 match es' 'esip esip6 esport'
+completes 'kxqosctl rule 5 match vid ' ''
+completes 'kxqosctl rule 5 match vid 5 ' "$match action"
+completes 'kxqosctl rule 5 match dmac 00:11:22:33:44:55 a' action
+completes 'kxqosctl rule 5 match dmac 00:11:22:33:44:55/ff:ff:ff:00:00:00 vid 5 act' action
+completes 'kxqosctl rule 5 match sip6 2001:db8::1~2001:db8::5 dscp 4 action ' "$most dbgon"
+completes 'kxqosctl rule 5 action ' "$most dbgon"
+completes 'kxqosctl rule 5 match esport 5 action ' "$most"
+completes 'kxqosctl rule 5 match outdev eth0 vid 5 action queue 1 ' "$most"
+completes 'kxqosctl rule 5 action queue ' '0 1 2 3 4 5 6 7'
+completes 'kxqosctl rule 5 match vid 5 action 8021p ' '0 1 2 3 4 5 6 7'
+completes 'kxqosctl rule 5 action counter ' ''
+completes 'kxqosctl rule 5 action counter 5 d' 'dscp dbgon'
+completes 'kxqosctl rule 5 action dbgon sw' sw-fwd
+completes 'kxqosctl rule 5 match vid 5 action queue 3 r' rate-bucket
+completes 'kxqosctl rule 5 match indev ' "$interfaces"
+completes 'kxqosctl rule 5 match vid 5 outdev lo' lo
+completes 'kxqosctl rule 5 match wan !lo' '!lo'
+# A device may have the name of a keyword.
+completes 'kxqosctl rule 5 match indev action ' "$match action"
+completes 'kxqosctl bucket ' show
+completes 'kxqosctl bucket 5 ' 'rate show delete'
+completes 'kxqosctl bucket 5 rate ' ''
+completes 'kxqosctl bucket show ' ''
+completes 'kxqosctl debug ' 'info warnning error packet pre-match match action fineclassifi ratelimit all show'
+completes 'kxqosctl debug packet ' 'on off'
+completes 'kxqosctl debug packet on ' ''
+completes 'kxqosctl debug show ' ''
+completes 'kxqosctl configuration ' show
+completes 'kxqosctl queue ' show
+completes 'kxqosctl qos ' 'enable disable'
+completes 'kxqosctl qos enable ' ''
+completes 'kxqosctl puredscpremark e' enable
+completes 'kxqosctl fine-classifi ' 'enable disable'
+completes 'kxqosctl refresh d' disable
+completes 'kxqosctl limit ' 'up down show'
+completes 'kxqosctl limit up ' 'mode add delete'
+completes 'kxqosctl limit down mode ' 'ip vlan port disable'
+completes 'kxqosctl limit up add ' 'ip ip6 vlan port'
+completes 'kxqosctl limit up add ip ' ''
+completes 'kxqosctl limit up add ip6 2001:db8::1~2001:db8::5 ' rate
+completes 'kxqosctl limit up delete vlan 5 ' rate
+completes 'kxqosctl limit up delete vlan 5 rate ' ''
+completes 'kxqosctl counter ' 'show clear'
+completes 'kxqosctl counter 5 ' 'show clear enable disable'
+completes 'kxqosctl counter clear ' ''
+completes 'kxqosctl reset ' profile
+completes 'kxqosctl reset profile ' "$profiles"
+completes 'kxqosctl test ' 'osgi host wan api'
+completes 'kxqosctl test osgi 3 ' counter
+completes 'kxqosctl test osgi 3 counter 5 ' 'clear show'
+completes 'kxqosctl test host 3 ' 'add delete counter'
+completes 'kxqosctl test host 3 counter 5 ' 'clear show'
+completes 'kxqosctl test host 3 add 00:11:22:33:44:55 ' ''
+completes 'kxqosctl test wan lo' lo
+completes 'kxqosctl test wan lo ' 'counter rate'
+completes 'kxqosctl test api ' ''
+
+# Only what stands before the cursor counts.
+COMP_LINE='kxqosctl qos enable'
+COMP_POINT=11
+_kxqosctl
+same 'cursor in the middle' qos "${COMPREPLY[*]}"
+
+# An interface may have any name without a blank.
+eval "$(declare -f _kxqosctl_interfaces | sed '1s/^/system/')"
+# shellcheck disable=SC2016 # that is the point
+_kxqosctl_interfaces() { echo '$(touch${IFS}x)' '*'; }
+: >file
+completes 'kxqosctl rule 5 match indev ' '\$\(touch\$\{IFS\}x\) \*'
+same 'evaluated' file "$(echo *)"
+eval "$(declare -f system_kxqosctl_interfaces | sed '1s/^system//')"
+
+# Typed at a prompt, with the key that completes.
+cat >rc <<END
+PS1=
+kxqosctl() { printf 'called'; printf ' <%s>' "\$@"; echo; }
+. $completions/kxqosctl.bash
+END
+typed=$(printf 'kxqosctl rul\t5 prof\tbri\tmat\tdmac 00:11:22:33:44:55 act\tq\t3 sw\t\nexit\n' |
+    TERM=dumb script -qec 'bash --noprofile --rcfile rc -i' /dev/null | tr -d '\r' | grep -a '^called')
+same 'at a prompt' \
+    'called <rule> <5> <profile> <bridgedata> <match> <dmac> <00:11:22:33:44:55> <action> <queue> <3> <sw-fwd>' "$typed"
+
+if command -v zsh >/dev/null; then
+    # As it is installed; the functions of zsh that only work while completing are played.
+    mkdir -p share/zsh/site-functions share/bash-completion/completions
+    cp "$completions/_kxqosctl" share/zsh/site-functions
+    cp "$completions/kxqosctl.bash" share/bash-completion/completions/kxqosctl
+    cat >try.zsh <<'END'
+fpath=($PWD/share/zsh/site-functions $fpath)
+autoload -Uz _kxqosctl
+compset() { return 1; }
+compadd() { print -r -- "${(@P)2}"; }
+words=("$@") CURRENT=$#
+_kxqosctl
+END
+    same 'zsh: an action' "$most dbgon" "$(zsh -f try.zsh kxqosctl rule 5 match dmac 00:11:22:33:44:55 action queue 3 '')"
+    same 'zsh: a profile' "$profiles" "$(zsh -f try.zsh kxqosctl reset profile l)"
+    same 'zsh: a device' "$interfaces" "$(zsh -f try.zsh kxqosctl rule 5 match indev '')"
+else
+    echo 'zsh is not there: its completion is not tested'
+fi
+
+echo "$tests completions, $failures wrong"
+[ $failures -eq 0 ]
