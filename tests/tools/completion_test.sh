@@ -28,8 +28,8 @@ completes() {
     same "$1" "$2" "${COMPREPLY[*]}"
 }
 
-match='dmac smac ethertype tpid vid pri ivid ipri dip sip dip6 sip6 tos dscp pre fl tc protocol sport dport rxports txports
- indev invirtdev outdev wan edmac esip esip6 esport protocols'
+match='dmac smac ethertype tpid vid pri ivid ipri dip sip dip6 sip6 tos dscp pre fl tc protocol sport dport rxports
+ txports indev invirtdev outdev wan edmac esip esip6 esport protocols'
 match=${match//$'\n'/}
 most='queue rate-bucket 8021p dscp counter bypass-kxnat sw-fwd'
 profiles='qos osgiflow lanhost bridgedata hardacc'
@@ -100,7 +100,7 @@ completes 'kxqosctl reset profile ' "$profiles"
 completes 'kxqosctl test ' 'osgi host wan api'
 completes 'kxqosctl test osgi 3 ' counter
 completes 'kxqosctl test osgi 3 counter 5 ' 'clear show'
-completes 'kxqosctl test host 3 ' 'add delete counter'
+completes 'kxqosctl test host 3 ' 'add del counter'
 completes 'kxqosctl test host 3 counter 5 ' 'clear show'
 completes 'kxqosctl test host 3 add 00:11:22:33:44:55 ' ''
 completes 'kxqosctl test wan lo' lo
@@ -146,7 +146,8 @@ compadd() { print -r -- "${(@P)2}"; }
 words=("$@") CURRENT=$#
 _kxqosctl
 END
-    same 'zsh: an action' "$most dbgon" "$(zsh -f try.zsh kxqosctl rule 5 match dmac 00:11:22:33:44:55 action queue 3 '')"
+    same 'zsh: an action' "$most dbgon" \
+        "$(zsh -f try.zsh kxqosctl rule 5 match dmac 00:11:22:33:44:55 action queue 3 '')"
     same 'zsh: a profile' "$profiles" "$(zsh -f try.zsh kxqosctl reset profile l)"
     same 'zsh: a device' "$interfaces" "$(zsh -f try.zsh kxqosctl rule 5 match indev '')"
 else

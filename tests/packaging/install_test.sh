@@ -1,0 +1,43 @@
+#!/bin/sh
+# cmake --install of a build, below DESTDIR and with another prefix: install_test.sh BUILD
+set -u
+build=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+# same WHAT WANTED GOT
+same() {
+    [ "$2" = "$3" ] && return
+    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
+    failures=$((failures + 1))
+}
+
+DESTDIR=$work/root cmake --install "$build" --prefix /opt/kx >/dev/null || exit
+same 'outside the prefix' opt/kx "$(cd "$work/root" && echo */*)"
+cd "$work/root/opt/kx" || exit
+same 'files' './bin/kxqos-lab
+./bin/kxqos-restore
+./bin/kxqos-save
+./bin/kxqosctl
+./lib/kxqos-lab/libkx.so
+./lib/kxqos-lab/libkxqos-lab.so
+./lib/systemd/system/kxqos-save.service
+./lib/systemd/system/kxqos.service
+./share/bash-completion/completions/kxqosctl
+./share/doc/kxqos-lab/README.md
+./share/man/man8/kxqos-restore.8
+./share/man/man8/kxqos-save.8
+./share/man/man8/kxqosctl.8
+./share/zsh/site-functions/_kxqosctl' "$(find . -type f | sort)"
+for program in bin/kxqos-lab bin/kxqos-restore bin/kxqos-save bin/kxqosctl; do
+    same "$program is a program" yes "$([ -x $program ] && echo yes)"
+done
+for binary in bin/kxqosctl bin/kxqos-lab lib/kxqos-lab/libkx.so lib/kxqos-lab/libkxqos-lab.so; do
+    same "RUNPATH of $binary" '' "$(readelf -d $binary | grep -e RUNPATH -e RPATH)"
+done
+# The lab finds its libraries; the tool is found beside it.
+bin/kxqos-lab --state "$work/state" -- kxqosctl bucket 7 rate 1024
+same 'in the lab' 'bucket 7 rate 1024' \
+    "$(bin/kxqos-lab --state "$work/state" -- kxqosctl configuration show | grep ^bucket)"
+[ $failures -eq 0 ] && echo 'installed below DESTDIR, and right'

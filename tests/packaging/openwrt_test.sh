@@ -1,0 +1,100 @@
+#!/bin/sh
+# The recipe for OpenWrt, as far as it can be checked without its build system: a stub of what the recipe includes runs
+# its steps, with the cross compiler where there is one. And the init script, with rc.common's part played.
+# shellcheck disable=SC2317 # the functions are called by the init script
+set -u
+tree=$(cd "$(dirname "$0")/../.." && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit
+failures=0
+
+# same WHAT WANTED GOT
+same() {
+    [ "$2" = "$3" ] && return
+    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
+    failures=$((failures + 1))
+}
+
+if command -v aarch64-linux-gnu-g++ >/dev/null; then
+    machine=AArch64
+    toolchain="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake"
+else
+    echo 'no cross compiler for aarch64: built for this machine'
+    machine=$(readelf -h /bin/sh | sed -n 's/ *Machine: *//p')
+    toolchain=''
+fi
+mkdir include
+cat >rules.mk <<END
+INCLUDE_DIR:=$work/include
+INSTALL_DIR:=install -d -m0755
+INSTALL_BIN:=install -m0755
+CP:=cp -fpR
+PKG_BUILD_DIR=$work/build/\$(PKG_NAME)-\$(PKG_VERSION)
+PKG_INSTALL_DIR=\$(PKG_BUILD_DIR)/ipkg-install
+END
+cat >include/package.mk <<'END'
+define BuildPackage
+$(eval $(Package/$(1)))
+all:
+	$(Build/Prepare)
+	$(Build/Compile)
+	$(call Package/$(1)/install,$(WORK)/ipkg)
+	@printf '%s\n' '$(SECTION)|$(CATEGORY)|$(TITLE)|$(DEPENDS)|$(PKG_VERSION)-$(PKG_RELEASE)' >$(WORK)/control
+	@printf '%s\n' $(Package/$(1)/conffiles) >$(WORK)/conffiles
+endef
+END
+cat >include/cmake.mk <<END
+define Build/Compile
+	cmake -S \$(PKG_BUILD_DIR) -B \$(PKG_BUILD_DIR) $toolchain -DCMAKE_INSTALL_PREFIX=/usr \$(CMAKE_OPTIONS) && \\
+	cmake --build \$(PKG_BUILD_DIR) -j $(nproc) && \\
+	DESTDIR=\$(PKG_INSTALL_DIR) cmake --install \$(PKG_BUILD_DIR)
+endef
+END
+recipe() {
+    make "$@" -C "$tree/packaging/openwrt" TOPDIR="$work" WORK="$work"
+}
+same 'warnings of make' '' "$(recipe -n --warn-undefined-variables 2>&1 | grep -i warning)"
+recipe >log 2>&1 || {
+    cat log
+    exit 1
+}
+version=$(sed -n 's/^project(kxqosctl VERSION \([0-9.]*\).*/\1/p' "$tree/CMakeLists.txt")
+same 'what it says' "net|Network|Control of the QoS engine|@aarch64 +libkx|$version-1" "$(cat control)"
+same 'what is kept over an upgrade' /etc/kxqos.conf "$(cat conffiles)"
+same 'what is installed' './etc/init.d/kxqos
+./usr/bin/kxqos-restore
+./usr/bin/kxqos-save
+./usr/bin/kxqosctl' "$(cd ipkg && find . -type f | sort)"
+same 'machine' "$machine" "$(readelf -h ipkg/usr/bin/kxqosctl | sed -n 's/ *Machine: *//p')"
+same 'libraries' 'libc.so.6 libkx.so' \
+    "$(readelf -d ipkg/usr/bin/kxqosctl | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | paste -sd ' ' -)"
+same 'RUNPATH' '' "$(readelf -d ipkg/usr/bin/kxqosctl | grep -e RUNPATH -e RPATH)"
+
+# The init script: what would be done.
+for function in procd_open_instance procd_set_param procd_close_instance kxqos-save kxqos-restore; do
+    mkdir -p bin
+    printf '#!/bin/sh\necho "%s $*" >>%s/calls\n' $function "$work" >bin/$function
+    chmod +x bin/$function
+done
+PATH=$work/bin:$PATH
+calls() {
+    : >calls
+    # shellcheck disable=SC2016 # for the inner shell
+    busybox sh -uc '. "$0"; configuration=$1; "$2"' ipkg/etc/init.d/kxqos "$@"
+    same "$2: status" 0 $?
+    cat calls
+}
+: >kxqos.conf
+same 'first line' '#!/bin/sh /etc/rc.common' "$(head -n 1 ipkg/etc/init.d/kxqos)"
+same 'start' 'procd_open_instance 
+procd_set_param command kxqos-restore kxqos.conf
+procd_set_param stderr 1
+procd_close_instance ' "$(calls kxqos.conf start_service)"
+same 'start without a file' '' "$(calls none.conf start_service)"
+same 'reload' 'kxqos-restore --clear kxqos.conf' "$(calls kxqos.conf reload_service)"
+same 'save' 'kxqos-save kxqos.conf' "$(calls kxqos.conf save)"
+# shellcheck disable=SC2016 # for the inner shell
+same 'for rc.common' '19 1 save /etc/kxqos.conf' \
+    "$(busybox sh -uc '. "$0"; echo "$START $USE_PROCD $EXTRA_COMMANDS $configuration"' ipkg/etc/init.d/kxqos)"
+[ $failures -eq 0 ] && echo 'the recipe builds, and the init script does what it should'
