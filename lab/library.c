@@ -52,7 +52,6 @@ static struct library_traffic traffic_since(const struct library *library, uint6
     const uint64_t speed = packets == 0 ? 0 : library->last_offer * LIBRARY_PACKET_SIZE * 8 / 1000;
     struct library_traffic traffic;
 
-    memset(&traffic, 0, sizeof traffic);
     traffic.up_packets = packets;
     traffic.up_bytes = packets * LIBRARY_PACKET_SIZE;
     traffic.up_speed = (uint32_t)speed;

@@ -99,6 +99,8 @@ TEST_F(Gateway, WritesAPayloadThatCannotBeRead)
     EXPECT_EQ(gateway_request(session_.get(), module_.get(), KXQOS_REQUEST(1), nullptr, line_.get(), &killed_),
               -EFAULT);
     EXPECT_EQ(line(), "request 1 = -14 sent - returned -\n");
+    EXPECT_EQ(gateway_request(session_.get(), module_.get(), KXQOS_REQUEST(99), nullptr, line_.get(), &killed_),
+              -ENOTTY); // nobody would read it
 }
 
 TEST_F(Gateway, WritesTheLargestPayloadWhole)
@@ -206,13 +208,13 @@ TEST_F(Gateway, GivesAResultAfterTheModelsWork)
 
 TEST_F(Gateway, ReplacesBytes)
 {
-    add_fault("10#*=bytes:0:0700,bytes:8:aBcD");
+    add_fault("10#*=bytes:0:0700,bytes:8:aAfF");
     kxqos_rate_bucket_t bucket = {3, 0, 0, 0};
     EXPECT_EQ(send(KXQOS_BUCKET_GET, bucket), 0); // there is no such bucket
-    EXPECT_EQ(line(), "request 10 = 0 sent 030000000000000000000000 returned 0700000000000000abcd0000\n");
+    EXPECT_EQ(line(), "request 10 = 0 sent 030000000000000000000000 returned 0700000000000000aaff0000\n");
     ASSERT_EQ(send(KXQOS_BUCKET_SET, bucket = {3, 0, 64 * 128, 0}), 0);
     EXPECT_EQ(send(KXQOS_BUCKET_GET, bucket = {3, 0, 0, 0}), 0);
-    EXPECT_EQ(line(), "request 10 = 0 sent 030000000000000000000000 returned 0700670000200000abcd0000\n");
+    EXPECT_EQ(line(), "request 10 = 0 sent 030000000000000000000000 returned 0700670000200000aaff0000\n");
 }
 
 TEST_F(Gateway, ReplacesBytesWithAResult)
@@ -263,39 +265,46 @@ TEST_F(Gateway, HandsACallsFaultOut)
 
 TEST_F(Gateway, ReadsEveryFunction)
 {
-    const char *functions[] = {
-        "libkx_switchApi_ipv4SetRateLimit",
-        "libkx_switchApi_ipv6SetRateLimit",
-        "libkx_switchApi_vlanSetRateLimit",
-        "libkx_switchApi_portSetRateLimit",
-        "libkx_qos_OSGI_getCounterByFlow",
-        "libkx_qos_OSGI_clearCounterByFlow",
-        "libkx_qos_hostEntryAdd",
-        "libkx_qos_hostEntryDel",
-        "libkx_qos_hostCounterGet",
-        "libkx_qos_hostCounterClear",
-        "libkx_netApi_getWanStats",
-        "libkx_netApi_setWanRateLimit",
-        "libkx_qos_create_counter",
-        "libkx_qos_is_counter_created",
-        "libkx_qos_get_counter",
-        "libkx_qos_clear_counter",
-        "libkx_qos_delete_counter",
-        "libkx_qos_create_bucket",
-        "libkx_qos_is_bucket_created",
-        "libkx_qos_get_bucket",
-        "libkx_qos_set_bucket",
-        "libkx_qos_delete_bucket",
-        "libkx_qos_add_rule",
-        "libkx_qos_get_rule",
-        "libkx_qos_delete_rule",
-        "libkx_qos_get_next_rule",
+    const struct {
+        const char *name;
+        bool gives_number;
+    } functions[] = {
+        {"libkx_switchApi_ipv4SetRateLimit", false},
+        {"libkx_switchApi_ipv6SetRateLimit", false},
+        {"libkx_switchApi_vlanSetRateLimit", false},
+        {"libkx_switchApi_portSetRateLimit", false},
+        {"libkx_qos_OSGI_getCounterByFlow", true},
+        {"libkx_qos_OSGI_clearCounterByFlow", false},
+        {"libkx_qos_hostEntryAdd", true},
+        {"libkx_qos_hostEntryDel", true},
+        {"libkx_qos_hostCounterGet", true},
+        {"libkx_qos_hostCounterClear", false},
+        {"libkx_netApi_getWanStats", true},
+        {"libkx_netApi_setWanRateLimit", false},
+        {"libkx_qos_create_counter", true},
+        {"libkx_qos_is_counter_created", false},
+        {"libkx_qos_get_counter", true},
+        {"libkx_qos_clear_counter", false},
+        {"libkx_qos_delete_counter", false},
+        {"libkx_qos_create_bucket", true},
+        {"libkx_qos_is_bucket_created", false},
+        {"libkx_qos_get_bucket", true},
+        {"libkx_qos_set_bucket", false},
+        {"libkx_qos_delete_bucket", false},
+        {"libkx_qos_add_rule", false},
+        {"libkx_qos_get_rule", false},
+        {"libkx_qos_delete_rule", false},
+        {"libkx_qos_get_next_rule", false},
     };
-    for (const char *function : functions) {
+    for (const auto &function : functions) {
         gateway_fault fault = {};
-        EXPECT_EQ(gateway_read_fault((std::string(function) + "#1=fail").c_str(), &fault), nullptr) << function;
+        EXPECT_EQ(gateway_read_fault((std::string(function.name) + "#1=fail").c_str(), &fault), nullptr)
+            << function.name;
         EXPECT_EQ(fault.where, static_cast<uint32_t>(GATEWAY_CALL));
-        EXPECT_STREQ(fault.function, function);
+        EXPECT_STREQ(fault.function, function.name);
+        EXPECT_EQ(gateway_read_fault((std::string(function.name) + "#1=value:5").c_str(), &fault) == nullptr,
+                  function.gives_number)
+            << function.name;
     }
 }
 

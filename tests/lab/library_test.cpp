@@ -67,6 +67,14 @@ class Library : public ::testing::Test {
     static constexpr unsigned char other_mac[6] = {0, 0x11, 0x22, 0x33, 0x44, 0x56};
 };
 
+TEST_F(Library, BeginsEmpty)
+{
+    const auto empty = std::make_unique<library>();
+    memset(library_.get(), 0xff, sizeof *library_);
+    library_init(library_.get());
+    EXPECT_EQ(memcmp(library_.get(), empty.get(), sizeof *empty), 0);
+}
+
 // Limits
 
 TEST_F(Library, InstallsAndRemovesLimits)
@@ -196,7 +204,12 @@ TEST_F(Library, CountsHosts)
     EXPECT_EQ(traffic.up_packets, 4U);
     EXPECT_EQ(traffic.down_packets, 8U);
     EXPECT_EQ(library_host_get(library_.get(), 1, counter + 1, &traffic), LIBKX_RET_INVALID_PARAMETER);
+    int others = 0; // a counter of the library's, but not of this host's
+    ASSERT_EQ(library_create_counter(library_.get(), &others), LIBKX_RET_OK);
+    EXPECT_EQ(library_host_get(library_.get(), 1, others, &traffic), LIBKX_RET_INVALID_PARAMETER);
+    EXPECT_EQ(library_host_clear(library_.get(), 1, others), LIBKX_RET_INVALID_PARAMETER);
     EXPECT_EQ(library_host_get(library_.get(), 2, counter, &traffic), LIBKX_RET_INVALID_PARAMETER);
+    EXPECT_EQ(library_host_clear(library_.get(), 2, counter), LIBKX_RET_INVALID_PARAMETER);
     EXPECT_EQ(library_host_clear(library_.get(), 1, counter + 1), LIBKX_RET_INVALID_PARAMETER);
     ASSERT_EQ(library_host_clear(library_.get(), 1, counter), LIBKX_RET_OK);
     ASSERT_EQ(library_host_get(library_.get(), 1, counter, &traffic), LIBKX_RET_OK);
@@ -214,6 +227,11 @@ TEST_F(Library, DeletesAHostByNumberAndMac)
     EXPECT_FALSE(library_has_bucket(library_.get(), bucket));
     EXPECT_FALSE(library_has_counter(library_.get(), counter));
     EXPECT_EQ(library_host_delete(library_.get(), 1, mac), LIBKX_RET_INVALID_PARAMETER);
+    EXPECT_EQ(add_host(1, &bucket, &counter), LIBKX_RET_OK); // its place is free again
+    int last_bucket = 0;
+    int last_counter = 0;
+    ASSERT_EQ(add_host(256, &last_bucket, &last_counter), LIBKX_RET_OK);
+    EXPECT_EQ(library_host_delete(library_.get(), 256, mac), LIBKX_RET_OK);
 }
 
 TEST_F(Library, RefusesBadHosts)
@@ -250,11 +268,16 @@ TEST_F(Library, LimitsWanInterfaces)
     EXPECT_EQ(library_wan_set_limit(library_.get(), "abcdefghijklmnop", 10, 0), LIBKX_RET_OK); // 16 characters
     EXPECT_STREQ(library_->wans[0].name, "abcdefghijklmnop");
     EXPECT_EQ(library_->wans[0].up_limit, 10U);
+    EXPECT_EQ(library_wan_set_limit(library_.get(), "w", 5, 6), LIBKX_RET_OK); // 1 character
+    EXPECT_EQ(library_wan_set_limit(library_.get(), "v", 7, 8), LIBKX_RET_OK);
+    EXPECT_STREQ(library_->wans[1].name, "w");
+    EXPECT_STREQ(library_->wans[2].name, "v");
+    EXPECT_EQ(library_wan_set_limit(library_.get(), "w", 0, 0), LIBKX_RET_OK);
     EXPECT_EQ(library_wan_set_limit(library_.get(), "eth0", 1, 2), LIBKX_RET_OK);
     EXPECT_EQ(library_wan_set_limit(library_.get(), "eth0", 3, 4), LIBKX_RET_OK);
     EXPECT_EQ(library_->wans[1].up_limit, 3U);
     EXPECT_EQ(library_->wans[1].down_limit, 4U);
-    EXPECT_EQ(library_->wans[2].name[0], '\0');
+    EXPECT_EQ(library_->wans[3].name[0], '\0');
     EXPECT_EQ(library_wan_set_limit(library_.get(), "eth0", 0, 0), LIBKX_RET_OK);
     EXPECT_EQ(library_->wans[1].name[0], '\0');
 }
@@ -343,8 +366,14 @@ TEST_F(Library, CreatesBuckets)
         ASSERT_EQ(library_create_bucket(library_.get(), &bucket, 0), LIBKX_RET_OK);
         EXPECT_EQ(bucket, expected);
     }
+    uint32_t rate = 0;
+    ASSERT_EQ(library_get_bucket(library_.get(), 64, &rate), LIBKX_RET_OK);
+    EXPECT_EQ(rate, 1000U);
     bucket = 0;
     EXPECT_EQ(library_create_bucket(library_.get(), &bucket, 0), LIBKX_RET_MEM_ALLOCATE_FAIL);
+    ASSERT_EQ(library_delete_bucket(library_.get(), 64), LIBKX_RET_OK);
+    ASSERT_EQ(library_create_bucket(library_.get(), &bucket, 0), LIBKX_RET_OK);
+    EXPECT_EQ(bucket, 64); // the last one
     for (int bad : {-1, 65}) {
         bucket = bad;
         EXPECT_EQ(library_create_bucket(library_.get(), &bucket, 0), LIBKX_RET_INVALID_PARAMETER);
@@ -422,6 +451,8 @@ TEST_F(Library, RefusesBadRules)
         ASSERT_EQ(add_rule(1, rule), LIBKX_RET_OK);
     EXPECT_EQ(add_rule(1, 65), LIBKX_RET_MEM_ALLOCATE_FAIL);
     EXPECT_EQ(add_rule(1, 64), LIBKX_RET_OK); // replaces
+    ASSERT_EQ(library_delete_rule(library_.get(), 1, 3), LIBKX_RET_OK);
+    EXPECT_EQ(add_rule(1, 65), LIBKX_RET_OK); // its place is free again
 }
 
 } // namespace

@@ -351,6 +351,17 @@ TEST_F(Model, BoundsTheRulesOfEachProfile)
     EXPECT_EQ(model_rule_limit(5), 0U);
 }
 
+TEST_F(Model, HasAPlaceForEachRule)
+{
+    EXPECT_EQ(model_rule(module_.get(), 0, 1), &module_->rules[0]);
+    EXPECT_EQ(model_rule(module_.get(), 0, 64), &module_->rules[63]);
+    EXPECT_EQ(model_rule(module_.get(), 1, 1), &module_->rules[64]);
+    EXPECT_EQ(model_rule(module_.get(), 4, 64), &module_->rules[1215]);
+    EXPECT_EQ(model_rule(module_.get(), 4, 65), nullptr);
+    EXPECT_EQ(model_rule(module_.get(), 4, 0), nullptr);
+    EXPECT_EQ(model_rule(module_.get(), 5, 1), nullptr);
+}
+
 TEST_F(Model, RefusesOtherProfiles)
 {
     for (unsigned profile : {5U, 6U, 65535U}) {
@@ -465,6 +476,9 @@ TEST_F(Model, CombinesASecondHalfWithTheLastFirstHalf)
     ASSERT_EQ(send(KXQOS_RATE_LIMIT_SET, second), 0);
     EXPECT_EQ(get_half(0, 0).portRule[0].rate, 200U);
     EXPECT_EQ(get_half(0, 0).mode, RATELIMIT_MODE_PORT);
+    first.reserved = 9; // not looked at, and returned as 0
+    ASSERT_EQ(send(KXQOS_RATE_LIMIT_GET, first), 0);
+    EXPECT_EQ(first.reserved, 0);
     ASSERT_EQ(send(KXQOS_RATE_LIMIT_SET, second), 0); // the later of two transfers that overlap
     EXPECT_EQ(get_half(0, 0).portRule[0].rate, 200U);
 }
@@ -474,6 +488,8 @@ TEST_F(Model, RefusesBadRateLimits)
     kxqos_rl_ioctl_t direction = half(2, 0, 0);
     EXPECT_EQ(send(KXQOS_RATE_LIMIT_SET, direction), -EINVAL);
     EXPECT_EQ(send(KXQOS_RATE_LIMIT_GET, direction), -EINVAL);
+    kxqos_rl_ioctl_t first = half(0, 0, 0);
+    ASSERT_EQ(send(KXQOS_RATE_LIMIT_SET, first), 0);
     kxqos_rl_ioctl_t part = half(0, 0, 2);
     EXPECT_EQ(send(KXQOS_RATE_LIMIT_SET, part), -EINVAL);
     EXPECT_EQ(send(KXQOS_RATE_LIMIT_GET, part), -EINVAL);

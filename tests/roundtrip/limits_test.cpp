@@ -3,7 +3,6 @@
 #include "gateway.h"
 #include "limit_states.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {

@@ -3,7 +3,7 @@
 #include "rule_states.h"
 
 #include <array>
-#include <cstring>
+#include <cstdio>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -30,6 +30,7 @@ void number_rules(std::vector<kxqos_rule_t> &rules)
 void load(const Gateway &gateway, const std::vector<kxqos_rule_t> &rules)
 {
     std::vector<Answer> requests;
+    requests.reserve(rules.size());
     for (const kxqos_rule_t &rule : rules)
         requests.push_back(request(KXQOS_RULE_ADD, rule));
     for (const Answer &answer : gateway.send(requests))

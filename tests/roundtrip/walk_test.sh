@@ -1,5 +1,5 @@
 #!/bin/sh
-# The rules that the self-test shows are the library's, of whatever sort: here those of walk.c, whose library is $1.
+# The rules that the self-test shows are the library's, of whatever sort: here those of walk.cpp, whose library is $1.
 set -eu
 
 folder=$(mktemp -d)

@@ -1,16 +1,18 @@
-/* A library's walk over rules of all sorts, to be preloaded: the self-test itself adds only rules of one. */
+// A library's walk over rules of all sorts, to be preloaded: the self-test itself adds only rules of one.
 #include "libkx.h"
 
-#include <string.h>
+#include <array>
 
-/* Sets the bit of a match field. */
-static void put(uint8_t *bits, int field)
+namespace {
+
+// Sets the bit of a match field.
+void put(uint8_t *bits, int field)
 {
-    bits[field / 8] = (uint8_t)(bits[field / 8] | 1U << field % 8);
+    bits[field / 8] = static_cast<uint8_t>(bits[field / 8] | 1U << field % 8);
 }
 
-/* Neither port nor queue, though values, marks and other actions are there. */
-static void nothing_to_show(libkx_qos_rule_s *rule)
+// Neither port nor queue, though values, marks and other actions are there.
+void nothing_to_show(libkx_qos_rule_s *rule)
 {
     rule->profile_id = 3;
     rule->rule_id = 7;
@@ -22,7 +24,7 @@ static void nothing_to_show(libkx_qos_rule_s *rule)
     rule->action.actionFlag = 0x1fe;
 }
 
-static void source_only(libkx_qos_rule_s *rule)
+void source_only(libkx_qos_rule_s *rule)
 {
     rule->profile_id = 65535;
     rule->rule_id = 65535;
@@ -37,7 +39,7 @@ static void source_only(libkx_qos_rule_s *rule)
     rule->action.actionFlag = 1;
 }
 
-static void destination_only(libkx_qos_rule_s *rule)
+void destination_only(libkx_qos_rule_s *rule)
 {
     rule->rule_id = 1;
     rule->field.srcPort = 1;
@@ -49,7 +51,7 @@ static void destination_only(libkx_qos_rule_s *rule)
     put(rule->fieldSel, LIBKX_QOS_MATCH_L4DSTPORT);
 }
 
-static void both(libkx_qos_rule_s *rule)
+void both(libkx_qos_rule_s *rule)
 {
     rule->rule_id = 2;
     rule->field.srcPort = 1;
@@ -63,26 +65,28 @@ static void both(libkx_qos_rule_s *rule)
     rule->action.actionFlag = 3;
 }
 
-static void both_the_other_way_round(libkx_qos_rule_s *rule)
+void both_the_other_way_round(libkx_qos_rule_s *rule)
 {
     both(rule);
     rule->rule_id = 3;
-    memset(rule->fieldInverse, 0, sizeof rule->fieldInverse);
-    memset(rule->fieldMode, 0, sizeof rule->fieldMode);
+    rule->fieldInverse[LIBKX_QOS_MATCH_L4SRCPORT / 8] = 0;
+    rule->fieldMode[LIBKX_QOS_MATCH_L4DSTPORT / 8] = 0;
     put(rule->fieldInverse, LIBKX_QOS_MATCH_L4DSTPORT);
     put(rule->fieldMode, LIBKX_QOS_MATCH_L4SRCPORT);
 }
 
+} // namespace
+
 libkx_retCode_t libkx_qos_get_next_rule(libkx_qos_rule_s *rule)
 {
-    static void (*const rules[])(libkx_qos_rule_s *) = {nothing_to_show, source_only, destination_only, both,
-                                                        both_the_other_way_round};
-    static unsigned next;
+    static constexpr std::array rules = {nothing_to_show, source_only, destination_only, both,
+                                         both_the_other_way_round};
+    static size_t next = 0;
 
-    if (next == sizeof rules / sizeof rules[0])
+    if (next == rules.size())
         return LIBKX_RET_FAIL;
-    memset(rule, 0, sizeof *rule);
-    rules[next](rule);
+    *rule = {};
+    rules.at(next)(rule);
     next++;
     return LIBKX_RET_OK;
 }
