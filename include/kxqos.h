@@ -115,9 +115,9 @@ enum kxqos_action {
     KXQOS_ACTION_ASSIGN_COUNTER = 4,
     KXQOS_ACTION_SKB_DBG_ON = 5,
     KXQOS_ACTION_KXNAT_BYPASS = 6,
-    KXQOS_ACTION_FINE_CLASSIFY = 7,      /* the module's own; no command sets it */
-    KXQOS_ACTION_REMARK_FORCE_DSCP = 8,  /* the module's own; no command sets it */
-    KXQOS_ACTION_FROCE_SW_FWD = 9,       /* spelt so in the record's own vocabulary */
+    KXQOS_ACTION_FINE_CLASSIFY = 7,     /* the module's own; no command sets it */
+    KXQOS_ACTION_REMARK_FORCE_DSCP = 8, /* the module's own; no command sets it */
+    KXQOS_ACTION_FROCE_SW_FWD = 9,      /* spelt so in the record's own vocabulary */
     KXQOS_ACTION_MAX = 10
 };
 
@@ -295,7 +295,7 @@ typedef struct kxqos_rl_ioctl_s {
 #include <type_traits>
 #define KXQOS_ALIGNOF(type) alignof(type)
 #define KXQOS_SIZEOF(type, field) sizeof(type::field)
-#define KXQOS_PLAIN(type) std::is_standard_layout_v<type> && std::is_trivially_copyable_v<type>
+#define KXQOS_PLAIN(type) (std::is_standard_layout_v<type> && std::is_trivially_copyable_v<type>)
 #else
 #define KXQOS_ALIGNOF(type) _Alignof(type)
 #define KXQOS_SIZEOF(type, field) sizeof(((type *)0)->field)

@@ -186,6 +186,18 @@ TEST_F(Model, AReadChangesNothing)
     EXPECT_EQ(memcmp(module_.get(), before.get(), sizeof *before), 0);
 }
 
+TEST_F(Model, BeginsAsAfterLoading)
+{
+    ASSERT_EQ(add_rule(0, 3), 0);
+    ASSERT_EQ(send_word(KXQOS_DEBUG_SHOW, 0), 0);
+    model_init(module_.get());
+    auto expected = std::make_unique<model>();
+    expected->limits[1].upDir = 1;
+    expected->fine_classify_enabled = 1;
+    expected->queue_map = {{1, 0, 2, 3, 4, 5, 6, 7}};
+    EXPECT_EQ(memcmp(module_.get(), expected.get(), sizeof(model)), 0);
+}
+
 // Debug flags
 
 TEST_F(Model, KeepsAll32DebugFlags)
