@@ -1,7 +1,7 @@
 /* The contract with the gateway's closed library libkx.
  *
  * C linkage; every function returns LIBKX_RET_OK (0) for success and any other libkx_retCode_t for failure, unless it
- * says otherwise. Pointers are the caller's and are not kept. Rates are in kbps. The library may print to the C
+ * says otherwise. Pointers are the caller's and are not kept. Limits are in kbps. The library may print to the C
  * library's stdout.
  */
 #ifndef LIBKX_H
@@ -106,17 +106,18 @@ KXQOS_FIELD(libkx_qos_rule_s, action, 216, 12);
 
 /* Switch rate limits: enable 1 installs a limit, 0 removes it. */
 
-/* Addresses in host byte order; direction 1 is up, 0 down. */
+/* Addresses in host byte order. What the directions mean is the library's affair; the tool passes a database's upDir.
+ */
 libkx_retCode_t libkx_switchApi_ipv4SetRateLimit(uint32_t ipMin, uint32_t ipMax, uint32_t direction, uint32_t enable,
                                                  uint32_t rate);
 /* Addresses in network byte order. */
 libkx_retCode_t libkx_switchApi_ipv6SetRateLimit(struct in6_addr ipMin, struct in6_addr ipMax, uint32_t direction,
                                                  uint32_t enable, uint32_t rate);
 libkx_retCode_t libkx_switchApi_vlanSetRateLimit(uint16_t vid, uint32_t direction, uint32_t enable, uint32_t rate);
-/* The direction is seen from the port, the reverse of the others. */
+/* The tool passes the inverse of a database's upDir here. */
 libkx_retCode_t libkx_switchApi_portSetRateLimit(uint16_t port, uint32_t direction, uint32_t enable, uint32_t rate);
 
-/* Flow, host and WAN statistics. Speeds are in kbps. */
+/* Flow, host and WAN statistics. */
 
 libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t *upPkts, uint64_t *upBytes,
                                                 uint32_t *upSpeed, uint64_t *downPkts, uint64_t *downBytes,
@@ -144,7 +145,7 @@ libkx_retCode_t libkx_qos_get_counter(int counterID, uint64_t *pkts, uint64_t *b
 libkx_retCode_t libkx_qos_clear_counter(int counterID);
 libkx_retCode_t libkx_qos_delete_counter(int counterID);
 
-/* Numbers as for counters. A rate of 0 means no limit. */
+/* Numbers as for counters. */
 libkx_retCode_t libkx_qos_create_bucket(int *bucketID, uint32_t rate);
 /* Non-zero when the bucket exists. */
 int libkx_qos_is_bucket_created(int bucketID);

@@ -41,7 +41,7 @@ static libkx_retCode_t program(uint8_t upDir, const kxqos_vlan_rl_t &limit, uint
 
 static libkx_retCode_t program(uint8_t upDir, const kxqos_port_rl_t &limit, uint32_t enable)
 {
-    // The switch sees a port's directions from the other side: meant, at every call.
+    // A port's direction is passed inverted, at every call: meant.
     return libkx_switchApi_portSetRateLimit(limit.port, upDir == 0 ? 1 : 0, enable, limit.rate);
 }
 

@@ -1,0 +1,745 @@
+#include "gateway.h"
+
+#include "device.h"
+#include "libkx.h"
+
+#include <setjmp.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+int kxqosctl_main(int argc, char **argv);
+
+gateway_t gateway;
+bool walkCut;
+
+void check(bool condition, const char *what)
+{
+    if (condition)
+        return;
+    fprintf(stderr, "FINDING: %s\n", what);
+    abort();
+}
+
+// Standard output
+
+static char printed[1 << 16];
+static size_t printedSize;
+
+static ssize_t keep(void * /*cookie*/, const char *text, size_t size)
+{
+    // What does not fit is dropped: no check needs so much.
+    const size_t room = sizeof printed - printedSize;
+    memcpy(printed + printedSize, text, size < room ? size : room);
+    printedSize += size < room ? size : room;
+    return static_cast<ssize_t>(size);
+}
+
+// Before any input, because the tool gives its stream a buffer only once.
+static const bool captured = [] {
+    cookie_io_functions_t functions = {};
+    functions.write = keep;
+    stdout = fopencookie(nullptr, "w", functions);
+    return stdout != nullptr;
+}();
+
+std::string_view output()
+{
+    fflush(stdout);
+    return {printed, printedSize};
+}
+
+void forget_output()
+{
+    check(captured, "no stream");
+    fflush(stdout);
+    printedSize = 0;
+}
+
+// Answers
+
+static size_t position;
+static int steps;
+static jmp_buf cutOff;
+
+// The answer to one event: its result, and the bytes that it writes to size bytes at record.
+static int answer(void *record, size_t size)
+{
+    constexpr int walk_enough = 300;
+    if (++steps > walk_enough) {
+        walkCut = true;
+        longjmp(cutOff, 1);
+    }
+    const bytes &prepared = gateway.answers;
+    if (position == prepared.size() && gateway.after == tail::repeat)
+        position = 0;
+    int result = 0;
+    if (position == prepared.size()) {
+        switch (gateway.after) {
+        case tail::failure:
+            result = -1;
+            break;
+        case tail::positive:
+            result = 7;
+            break;
+        case tail::echo:
+            break;
+        default:
+            memset(record, 0, size);
+            break;
+        }
+    } else {
+        const uint8_t control = prepared[position++];
+        // Most answers are successes, so that long sequences are not cut short.
+        result = control == 0xFF ? -1 : control >= 0xF0 ? control - 0xEF : 0;
+        const size_t have = prepared.size() - position;
+        const size_t copied = have < size ? have : size;
+        if (copied != 0 && (control & 1) == 0) { // odd: the record stays as it was sent
+            memset(record, 0, size);
+            memcpy(record, prepared.data() + position, copied);
+            position += copied;
+        }
+    }
+    gateway.allSucceeded = gateway.allSucceeded && result == 0;
+    return result;
+}
+
+// Rules as they may be sent
+
+// The storage of each field in the record and the number of its bytes; the mask of an entry stands 72 further.
+struct place {
+    size_t offset;
+    size_t size;
+    bool masked;
+    uint32_t maximum;
+};
+
+#define IN_ENTRY(member, maximum) \
+    { \
+        offsetof(kxqos_rule_t, field.member), sizeof(kxqos_entry_t::member), true, maximum \
+    }
+#define IPV4(member) \
+    { \
+        offsetof(kxqos_rule_t, field.member), 4, true, 0 \
+    }
+#define IN_RULE(member) \
+    { \
+        offsetof(kxqos_rule_t, member), sizeof(kxqos_rule_t::member), false, 0 \
+    }
+
+static constexpr place places[KXQOS_MATCH_MAX] = {
+    IN_ENTRY(dstMac, 0),
+    IN_ENTRY(srcMac, 0),
+    IN_ENTRY(etherType, 0xFFFF),
+    IN_ENTRY(tpid, 0xFFFF),
+    IN_ENTRY(vlanID, 4095),
+    IN_ENTRY(vlanPri, 7),
+    IN_ENTRY(innerVlanID, 4095),
+    IN_ENTRY(innerVlanPri, 7),
+    IPV4(dstIP),
+    IPV4(srcIP),
+    IN_ENTRY(dstIP, 0),
+    IN_ENTRY(srcIP, 0),
+    IN_ENTRY(tos, 255),
+    IN_ENTRY(dscp, 63),
+    IN_ENTRY(pre, 7),
+    IN_ENTRY(flowlabel, 0xFFFFF),
+    IN_ENTRY(tc, 255),
+    IN_ENTRY(ipProtocol, 255),
+    IN_ENTRY(srcPort, 0xFFFF),
+    IN_ENTRY(dstPort, 0xFFFF),
+    IN_RULE(rxPortBits),
+    IN_RULE(txPortBits),
+    IN_RULE(inDev),
+    IN_RULE(outDev),
+    IN_RULE(wanDev),
+    IN_ENTRY(dstMac, 0),
+    IPV4(srcIP),
+    IN_ENTRY(srcIP, 0),
+    IN_ENTRY(srcPort, 0xFFFF),
+    IN_ENTRY(ipProtocol, 255),
+};
+static constexpr size_t mask_distance = offsetof(kxqos_rule_t, mask) - offsetof(kxqos_rule_t, field);
+
+static uint32_t bits(const uint8_t (&set)[4])
+{
+    return static_cast<uint32_t>(set[0]) | static_cast<uint32_t>(set[1]) << 8 | static_cast<uint32_t>(set[2]) << 16 |
+           static_cast<uint32_t>(set[3]) << 24;
+}
+
+static bool has(uint32_t set, int bit)
+{
+    return (set >> bit & 1) != 0;
+}
+
+// Marks each byte of the record by how many selected fields use it. withMask: the protocol bits' mask, too.
+static void mark_used(const kxqos_rule_t &rule, bool withMask, uint8_t (&used)[sizeof(kxqos_rule_t)])
+{
+    memset(used, 0, sizeof used);
+    for (int field = 0; field < KXQOS_MATCH_MAX; field++) {
+        if (!has(bits(rule.fieldSel), field))
+            continue;
+        const place &at = places[field];
+        for (size_t i = at.offset; i < at.offset + at.size; i++) {
+            used[i]++;
+            if (at.masked && (withMask || field != KXQOS_MATCH_IPPROTO_BITS))
+                used[i + mask_distance]++;
+        }
+    }
+}
+
+bool shares_storage(const kxqos_rule_t &rule)
+{
+    uint8_t used[sizeof rule];
+    mark_used(rule, true, used);
+    for (const uint8_t users : used)
+        if (users > 1)
+            return true;
+    return false;
+}
+
+struct action_place {
+    int number;
+    size_t offset;
+    size_t size;
+    uint32_t minimum;
+    uint32_t maximum;
+};
+
+static constexpr action_place action_places[] = {
+    {KXQOS_ACTION_ASSIGN_QUEUE, offsetof(kxqos_rule_t, action.queue), 2, 0, 7},
+    {KXQOS_ACTION_RATE_LIMIT, offsetof(kxqos_rule_t, action.rateBucket), 2, 1, 64},
+    {KXQOS_ACTION_CHG_PRI, offsetof(kxqos_rule_t, action.newPri), 1, 0, 7},
+    {KXQOS_ACTION_CHG_DSCP, offsetof(kxqos_rule_t, action.newDscp), 1, 0, 255},
+    {KXQOS_ACTION_ASSIGN_COUNTER, offsetof(kxqos_rule_t, action.counterID), 2, 1, 222},
+};
+
+static uint32_t number_at(const kxqos_rule_t &rule, size_t offset, size_t size)
+{
+    uint32_t number = 0;
+    memcpy(&number, reinterpret_cast<const char *>(&rule) + offset, size);
+    return number;
+}
+
+static void check_name(const char (&name)[KXQOS_DEVICE_NAME_SIZE])
+{
+    const size_t length = strnlen(name, sizeof name);
+    check(length < sizeof name, "a device name without its terminator is sent");
+    for (size_t i = length; i < sizeof name; i++)
+        check(name[i] == '\0', "something behind a device name is sent");
+}
+
+// The value and the mask of a field that has its storage for itself.
+static void check_value(const kxqos_rule_t &rule, int field)
+{
+    const place &at = places[field];
+    const char *value = reinterpret_cast<const char *>(&rule) + at.offset;
+    const char *mask = value + mask_distance;
+    const bool range = has(bits(rule.fieldMode), field);
+    if (!at.masked) {
+        check(!range, "a range of a field that has none is sent");
+    } else if (at.maximum != 0) {
+        const uint32_t number = number_at(rule, at.offset, at.size);
+        const uint32_t other = number_at(rule, at.offset + mask_distance, at.size);
+        check(number <= at.maximum, "a number beyond its maximum is sent");
+        check(!range || (number <= other && other <= at.maximum), "a range that is none is sent");
+        check(range || field == KXQOS_MATCH_IPPROTO_BITS || other <= 0xFFFF, "a mask beyond its maximum is sent");
+    } else if (!range) {
+        for (size_t i = 0; i < at.size; i++)
+            check((value[i] & ~mask[i]) == 0, "bits of an address outside its mask are sent");
+    } else if (at.size == 4) {
+        check(number_at(rule, at.offset, 4) <= number_at(rule, at.offset + mask_distance, 4), "an IPv4 range is none");
+    } else if (at.size == 16) {
+        check(memcmp(value, mask, 14) == 0 && memcmp(value + 14, mask + 14, 2) <= 0, "an IPv6 range is none");
+    }
+}
+
+static void check_ids(const kxqos_rule_t &rule)
+{
+    static constexpr uint16_t highest[] = {64, 512, 512, 64, 64};
+    check(rule.table_id < KXQOS_PROFILE_MAX, "a profile that is none is sent");
+    check(rule.rule_id >= 1 && rule.rule_id <= 4096, "a rule id that is none is sent");
+    // Profile 0 cannot be given by number, and so cannot be beyond its limit.
+    check(rule.table_id != 0 || rule.rule_id <= highest[0], "a rule id beyond the limit of its profile is sent");
+}
+
+static void check_only_ids(const kxqos_rule_t &rule)
+{
+    kxqos_rule_t expected = {};
+    expected.table_id = rule.table_id;
+    expected.rule_id = rule.rule_id;
+    check(memcmp(&rule, &expected, sizeof rule) == 0, "more than the ids of a rule is sent");
+}
+
+static void check_rule(const kxqos_rule_t &rule)
+{
+    const uint32_t selected = bits(rule.fieldSel);
+    const uint32_t flags = rule.action.actionFlag;
+    check_ids(rule);
+    check(selected >> KXQOS_MATCH_MAX == 0, "a bit that is no field is selected");
+    check((bits(rule.fieldMode) & ~selected) == 0, "the mode of a field that is not selected is sent");
+    check((bits(rule.fieldInverse) & ~selected) == 0, "a field that is not selected is inverted");
+    check_name(rule.inDev);
+    check_name(rule.outDev);
+    check_name(rule.wanDev);
+
+    uint8_t used[sizeof rule];
+    mark_used(rule, true, used);
+    used[0] = used[1] = used[2] = used[3] = 1; // the ids
+    const auto *raw = reinterpret_cast<const uint8_t *>(&rule);
+    for (size_t i = 0; i < offsetof(kxqos_rule_t, fieldInverse); i++)
+        check(used[i] != 0 || raw[i] == 0, "a byte that no field uses is sent");
+    for (size_t i = offsetof(kxqos_rule_t, action) + sizeof rule.action; i < sizeof rule; i++)
+        check(raw[i] == 0, "a counter or padding is sent");
+    for (int field = 0; field < KXQOS_MATCH_MAX; field++) {
+        bool alone = has(selected, field);
+        for (size_t i = places[field].offset; i < places[field].offset + places[field].size; i++)
+            alone = alone && used[i] == 1;
+        if (alone)
+            check_value(rule, field);
+    }
+
+    constexpr uint32_t settable = 0x27F;    // all but the module's own two
+    constexpr uint32_t egress = 0x1F800000; // outdev, wan and the four egress fields
+    check((flags & ~settable) == 0, "an action that no command sets is sent");
+    check(!has(flags, KXQOS_ACTION_SKB_DBG_ON) || (selected & egress) == 0, "dbgon on an egress field is sent");
+    for (const action_place &at : action_places) {
+        const uint32_t value = number_at(rule, at.offset, at.size);
+        if (has(flags, at.number))
+            check(value >= at.minimum && value <= at.maximum, "a parameter of an action is out of its range");
+        else
+            check(value == 0, "a parameter without its action is sent");
+    }
+}
+
+// Rules as they are returned: whatever the record does not use may hold anything, and nobody can tell from the output.
+static void blur(kxqos_rule_t *rule)
+{
+    uint8_t used[sizeof *rule];
+    mark_used(*rule, false, used);
+    auto *raw = reinterpret_cast<uint8_t *>(rule);
+    for (size_t i = offsetof(kxqos_rule_t, field); i < offsetof(kxqos_rule_t, fieldInverse); i++)
+        if (used[i] == 0)
+            raw[i] = 0x5A;
+    for (auto *name : {rule->inDev, rule->outDev, rule->wanDev}) {
+        const size_t length = strnlen(name, KXQOS_DEVICE_NAME_SIZE);
+        if (length < KXQOS_DEVICE_NAME_SIZE)
+            memset(name + length + 1, 0x5A, KXQOS_DEVICE_NAME_SIZE - length - 1);
+    }
+    for (const action_place &at : action_places)
+        if (!has(rule->action.actionFlag, at.number))
+            memset(raw + at.offset, 0x5A, at.size);
+    memset(raw + 228, 0x5A, 4); // padding
+}
+
+// Databases
+
+static kxqos_rl_ioctl_t readHalves[2];
+static int halvesRead;    // in a row, with success
+static int halvesWritten; // likewise
+
+static void check_limit_get(const kxqos_rl_ioctl_t &half)
+{
+    kxqos_rl_ioctl_t expected = {};
+    if (half.secondPart == 0) {
+        halvesRead = 0;
+        expected.upDir = half.upDir;
+    } else {
+        check(halvesRead == 1, "the second half is asked for before the first");
+        expected = readHalves[0]; // the first answer, with only its part changed
+        expected.secondPart = 1;
+    }
+    check(half.secondPart <= 1 && memcmp(&half, &expected, sizeof half) == 0, "a read of a database is malformed");
+}
+
+// Returns whether it is as it was read.
+static bool check_limit_set(const kxqos_rl_ioctl_t &half)
+{
+    check(halvesRead == 2, "a database is written that was not read");
+    check(half.secondPart == halvesWritten, "the halves are written out of order, or after a failure");
+    check(half.upDir <= 1, "a direction that is none is sent");
+    check(half.reserved == 0, "reserved bytes are sent");
+    check(half.mode < RATELIMIT_MODE_MAX || half.mode == readHalves[0].mode, "a mode that is none is sent");
+    const kxqos_rl_ioctl_t &read = readHalves[half.secondPart];
+    return half.mode == readHalves[0].mode && memcmp(half.ipRule, read.ipRule, sizeof half.ipRule) == 0 &&
+           memcmp(half.vlanRule, read.vlanRule, sizeof half.vlanRule) == 0 &&
+           memcmp(half.portRule, read.portRule, sizeof half.portRule) == 0;
+}
+
+// The door to the kernel
+
+static uint32_t debugFlags;
+static bool debugRead;
+
+static void check_bucket(const kxqos_rate_bucket_t &bucket, bool rated)
+{
+    check(bucket.bucketID >= 1 && bucket.bucketID <= KXQOS_BUCKET_LAST, "a bucket that is none is sent");
+    check(bucket.hwBucketID == 0 && bucket.tocken == 0, "the module's part of a bucket is sent");
+    check(rated || bucket.rateLimit == 0, "a rate is sent that nobody asked for");
+    check(bucket.rateLimit % 128 == 0 && bucket.rateLimit <= 10485760U * 128, "a rate that is none is sent");
+}
+
+static void check_counter(const kxqos_counter_info_s &info)
+{
+    kxqos_counter_info_s expected;
+    memset(&expected, 0, sizeof expected);
+    expected.counterID = info.counterID;
+    check(info.counterID >= 1 && info.counterID <= KXQOS_COUNTER_LAST, "a counter that is none is sent");
+    check(memcmp(&info, &expected, sizeof info) == 0, "more than the number of a counter is sent");
+}
+
+template <typename Record> static const Record &record_at(const void *payload)
+{
+    return *static_cast<const Record *>(payload);
+}
+
+// Checks what is sent, counts it, and returns the size of the payload.
+static size_t look_at_request(uint32_t nr, const void *payload)
+{
+    switch (nr) {
+    case KXQOS_RULE_ADD:
+        check_rule(record_at<kxqos_rule_t>(payload));
+        gateway.ruleAdded = true;
+        gateway.rule = record_at<kxqos_rule_t>(payload);
+        gateway.changes++;
+        return sizeof(kxqos_rule_t);
+    case KXQOS_RULE_DELETE:
+        gateway.changes++;
+        [[fallthrough]];
+    case KXQOS_RULE_GET:
+        check_ids(record_at<kxqos_rule_t>(payload));
+        check_only_ids(record_at<kxqos_rule_t>(payload));
+        return sizeof(kxqos_rule_t);
+    case KXQOS_RULE_RESET:
+        check(record_at<kxqos_rule_t>(payload).table_id < KXQOS_PROFILE_MAX, "a profile that is none is reset");
+        check(record_at<kxqos_rule_t>(payload).rule_id == 0, "a rule id is sent with a reset");
+        check_only_ids(record_at<kxqos_rule_t>(payload));
+        gateway.changes++;
+        return sizeof(kxqos_rule_t);
+    case KXQOS_RULE_NEXT:
+        return sizeof(kxqos_rule_t);
+    case KXQOS_BUCKET_SET:
+        check_bucket(record_at<kxqos_rate_bucket_t>(payload), true);
+        gateway.changes++;
+        return sizeof(kxqos_rate_bucket_t);
+    case KXQOS_BUCKET_DELETE:
+        gateway.changes++;
+        [[fallthrough]];
+    case KXQOS_BUCKET_GET:
+        check_bucket(record_at<kxqos_rate_bucket_t>(payload), false);
+        return sizeof(kxqos_rate_bucket_t);
+    case KXQOS_BUCKET_SHOW:
+    case KXQOS_BUCKET_NEXT:
+        return sizeof(kxqos_rate_bucket_t);
+    case KXQOS_COUNTER_DISABLE:
+    case KXQOS_COUNTER_ENABLE:
+    case KXQOS_COUNTER_CLEAR:
+        gateway.changes++;
+        [[fallthrough]];
+    case KXQOS_COUNTER_GET:
+        check_counter(record_at<kxqos_counter_info_s>(payload));
+        return sizeof(kxqos_counter_info_s);
+    case KXQOS_RATE_LIMIT_SET:
+        if (!check_limit_set(record_at<kxqos_rl_ioctl_t>(payload)))
+            gateway.changes++;
+        return sizeof(kxqos_rl_ioctl_t);
+    case KXQOS_RATE_LIMIT_GET:
+        check_limit_get(record_at<kxqos_rl_ioctl_t>(payload));
+        return sizeof(kxqos_rl_ioctl_t);
+    case KXQOS_STATE_SET:
+    case KXQOS_PURE_DSCP_SET:
+    case KXQOS_FINE_CLASSIFY_SET:
+    case KXQOS_REFRESH_SET:
+        check(record_at<uint32_t>(payload) <= 1, "a switch is neither on nor off");
+        gateway.changes++;
+        return sizeof(uint32_t);
+    case KXQOS_DEBUG_SET:
+        check(debugRead, "debug flags are written that were not read");
+        check((record_at<uint32_t>(payload) & ~0x1FFU) == (debugFlags & ~0x1FFU), "foreign debug flags are changed");
+        gateway.changes++;
+        return sizeof(uint32_t);
+    case KXQOS_DEBUG_GET:
+    case KXQOS_DEBUG_SHOW:
+    case KXQOS_STATE_GET:
+    case KXQOS_PURE_DSCP_GET:
+    case KXQOS_FINE_CLASSIFY_GET:
+        check(record_at<uint32_t>(payload) == 0, "a read is sent with more than zero");
+        return sizeof(uint32_t);
+    case KXQOS_QUEUE_MAP_GET:
+        return sizeof(kxqos_queue_map_t);
+    default:
+        check(false, "a request that there is not is sent");
+        return 0;
+    }
+}
+
+// Remembers what later requests must be in keeping with.
+static void remember_answer(uint32_t nr, void *payload, uint32_t part, int result)
+{
+    if (nr == KXQOS_DEBUG_GET && result == 0) {
+        debugRead = true;
+        memcpy(&debugFlags, payload, sizeof debugFlags);
+    } else if (nr == KXQOS_RATE_LIMIT_GET && result == 0) {
+        memcpy(&readHalves[part], payload, sizeof readHalves[part]);
+        halvesRead++;
+    } else if (nr == KXQOS_RATE_LIMIT_SET) {
+        halvesWritten = result == 0 ? halvesWritten + 1 : 100;
+    } else if (gateway.blur && (nr == KXQOS_RULE_GET || nr == KXQOS_RULE_NEXT)) {
+        blur(static_cast<kxqos_rule_t *>(payload));
+    }
+}
+
+int kxqosctl_ioctl(uint32_t cmd, void *payload)
+{
+    gateway.requests++;
+    check(cmd >> 8 == KXQOS_REQUEST_BASE >> 8, "a request has a wrong encoding");
+    const uint32_t nr = cmd & 0xFF;
+    const size_t size = look_at_request(nr, payload);
+    const uint32_t part = nr == KXQOS_RATE_LIMIT_GET ? record_at<kxqos_rl_ioctl_t>(payload).secondPart : 0;
+    const int result = answer(payload, size);
+    remember_answer(nr, payload, part, result);
+    return result;
+}
+
+// The door to the library
+
+template <typename... Outputs> static libkx_retCode_t call(Outputs *...outputs)
+{
+    gateway.libraryCalls++;
+    // Each output gets its bytes; a library that fails may have written all the same.
+    int result = 0;
+    if constexpr (sizeof...(Outputs) == 0) {
+        uint8_t nothing = 0;
+        result = answer(&nothing, 0);
+    } else {
+        ((result = answer(outputs, sizeof *outputs)), ...);
+    }
+    return static_cast<libkx_retCode_t>(result < 0 ? LIBKX_RET_FAIL : result & 7);
+}
+
+static void check_switch(uint32_t direction, uint32_t enable)
+{
+    check(direction <= 1 && enable <= 1, "a direction or a state that is none is sent to the switch");
+}
+
+static void check_id(int id)
+{
+    check(id >= 0 && id <= 256, "a number of the library's beyond its range is sent");
+}
+
+// Touches all that the library may read, for the sanitizer to see.
+static void check_name(const char *name)
+{
+    check(strlen(name) <= KXQOS_DEVICE_NAME_SIZE, "an interface name is too long");
+}
+
+static void check_mac(const unsigned char *mac)
+{
+    unsigned char copy[6];
+    memcpy(copy, mac, sizeof copy);
+}
+
+libkx_retCode_t libkx_switchApi_ipv4SetRateLimit(uint32_t, uint32_t, uint32_t direction, uint32_t enable, uint32_t)
+{
+    check_switch(direction, enable);
+    return call();
+}
+
+libkx_retCode_t libkx_switchApi_ipv6SetRateLimit(in6_addr, in6_addr, uint32_t direction, uint32_t enable, uint32_t)
+{
+    check_switch(direction, enable);
+    return call();
+}
+
+libkx_retCode_t libkx_switchApi_vlanSetRateLimit(uint16_t, uint32_t direction, uint32_t enable, uint32_t)
+{
+    check_switch(direction, enable);
+    return call();
+}
+
+libkx_retCode_t libkx_switchApi_portSetRateLimit(uint16_t, uint32_t direction, uint32_t enable, uint32_t)
+{
+    check_switch(direction, enable);
+    return call();
+}
+
+libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t *upPkts, uint64_t *upBytes,
+                                                uint32_t *upSpeed, uint64_t *downPkts, uint64_t *downBytes,
+                                                uint32_t *downSpeed)
+{
+    check(flow >= 0 && flow <= 7, "a flow that is none is sent");
+    check_id(counter);
+    return call(upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
+}
+
+libkx_retCode_t libkx_qos_OSGI_clearCounterByFlow(int flow, int counter)
+{
+    check(flow >= 0 && flow <= 7, "a flow that is none is sent");
+    check_id(counter);
+    return call();
+}
+
+static void check_host(int host)
+{
+    check(host >= 1 && host <= 256, "a host that is none is sent");
+}
+
+libkx_retCode_t libkx_qos_hostEntryAdd(int host, const unsigned char *mac, int statsEnable, uint32_t upLimit,
+                                       uint32_t downLimit, int *bucket, int *counter)
+{
+    check_host(host);
+    check_mac(mac);
+    check(statsEnable == 0 || statsEnable == 1, "statistics are neither on nor off");
+    check(upLimit <= 10000000 && downLimit <= 10000000, "a limit beyond its maximum is sent");
+    check_id(*bucket);
+    check_id(*counter);
+    return call(bucket, counter);
+}
+
+libkx_retCode_t libkx_qos_hostEntryDel(int host, const unsigned char *mac, int *bucket, int *counter)
+{
+    check_host(host);
+    check_mac(mac);
+    check_id(*bucket);
+    check_id(*counter);
+    return call(bucket, counter);
+}
+
+libkx_retCode_t libkx_qos_hostCounterGet(int host, int counter, uint64_t *upPkts, uint64_t *upBytes, uint32_t *upSpeed,
+                                         uint64_t *downPkts, uint64_t *downBytes, uint32_t *downSpeed)
+{
+    check_host(host);
+    check_id(counter);
+    return call(upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
+}
+
+libkx_retCode_t libkx_qos_hostCounterClear(int host, int counter)
+{
+    check_host(host);
+    check_id(counter);
+    return call();
+}
+
+libkx_retCode_t libkx_netApi_getWanStats(const char *ifName, uint64_t *upPkt, uint64_t *upBytes, uint64_t *downPkt,
+                                         uint64_t *downBytes)
+{
+    check_name(ifName);
+    return call(upPkt, upBytes, downPkt, downBytes);
+}
+
+libkx_retCode_t libkx_netApi_setWanRateLimit(const char *ifName, uint32_t upLimit, uint32_t downLimit)
+{
+    check_name(ifName);
+    check(upLimit <= 10000000 && downLimit <= 10000000, "a limit beyond its maximum is sent");
+    return call();
+}
+
+libkx_retCode_t libkx_qos_create_counter(int *counterID)
+{
+    return call(counterID);
+}
+
+int libkx_qos_is_counter_created(int)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_get_counter(int, uint64_t *pkts, uint64_t *bytes, uint32_t *speed)
+{
+    return call(pkts, bytes, speed);
+}
+
+libkx_retCode_t libkx_qos_clear_counter(int)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_delete_counter(int)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_create_bucket(int *bucketID, uint32_t)
+{
+    return call(bucketID);
+}
+
+int libkx_qos_is_bucket_created(int)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_get_bucket(int, uint32_t *rate)
+{
+    return call(rate);
+}
+
+libkx_retCode_t libkx_qos_set_bucket(int, uint32_t)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_delete_bucket(int)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_add_rule(libkx_qos_rule_s *rule)
+{
+    return call(rule);
+}
+
+libkx_retCode_t libkx_qos_get_rule(libkx_qos_rule_s *rule)
+{
+    return call(rule);
+}
+
+libkx_retCode_t libkx_qos_delete_rule(uint16_t, uint16_t)
+{
+    return call();
+}
+
+libkx_retCode_t libkx_qos_get_next_rule(libkx_qos_rule_s *rule)
+{
+    return call(rule);
+}
+
+// Runs
+
+std::vector<std::string> split(std::string_view text, char separator)
+{
+    constexpr size_t words_enough = 40;
+    std::vector<std::string> words;
+    while (!text.empty() && words.size() < words_enough) {
+        const size_t end = text.find(separator);
+        words.emplace_back(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return words;
+}
+
+int run_tool(const std::vector<std::string> &words, const bytes &answers, tail after, bool blurred)
+{
+    gateway = {};
+    gateway.answers = answers;
+    gateway.after = after;
+    gateway.blur = blurred;
+    position = 0;
+    steps = 0;
+    halvesRead = halvesWritten = 0;
+    debugRead = false;
+    walkCut = false;
+    forget_output();
+
+    // Each word in storage of its own size, so that a step beyond it is seen.
+    std::vector<char *> argv = {strdup("kxqosctl")};
+    for (const std::string &word : words)
+        argv.push_back(strdup(word.c_str()));
+    argv.push_back(nullptr);
+    volatile int result = 0;
+    if (setjmp(cutOff) == 0)
+        result = kxqosctl_main(static_cast<int>(words.size()) + 1, argv.data());
+    for (char *word : argv)
+        free(word);
+    return result;
+}

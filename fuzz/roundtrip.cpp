@@ -1,0 +1,80 @@
+// Round trip: a rule that is accepted, dumped, and its dump line typed in again, dumps the same.
+// Input: one byte for the profile, one for the rule, then the words behind, each ended by a NUL.
+#include "gateway.h"
+
+#include <ctype.h>
+#include <string.h>
+
+// The line of the configuration that shows the rule.
+static std::string dump_line(const kxqos_rule_t &rule)
+{
+    bytes answers = {2, 0, 0, 0, 0, 2}; // the state; then the first rule
+    const auto *raw = reinterpret_cast<const uint8_t *>(&rule);
+    answers.insert(answers.end(), raw, raw + sizeof rule);
+    run_tool({"configuration", "show"}, answers, tail::zeros);
+    std::string text(output());
+    const size_t begin = text.find("\nrule ");
+    check(begin != std::string::npos, "a rule is missing in the dump");
+    return text.substr(begin + 1, text.find('\n', begin + 1) - begin - 1);
+}
+
+// What a line of words cannot carry: names that are empty or have white space in them, and two fields that share their
+// storage but not their form. And one field without an action, which is only accepted when that field is given twice,
+// is less than the command asks for.
+static bool fits_a_line(const kxqos_rule_t &rule)
+{
+    int fields = 0;
+    for (const uint8_t byte : rule.fieldSel)
+        fields += __builtin_popcount(byte);
+    if (fields == 1 && rule.action.actionFlag == 0)
+        return false;
+    const char *names[] = {rule.inDev, rule.outDev, rule.wanDev};
+    for (int i = 0; i < 3; i++) {
+        const int field = KXQOS_MATCH_INDEV + i;
+        if ((rule.fieldSel[field / 8] >> (field % 8) & 1) != 0 && *names[i] == '\0')
+            return false;
+        for (const char *c = names[i]; *c != '\0'; c++)
+            if (isspace(static_cast<unsigned char>(*c)) != 0)
+                return false;
+    }
+    return !shares_storage(rule);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static const char *const profiles[] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
+    if (size < 3)
+        return 0;
+    std::vector<std::string> words = {"rule", std::to_string(data[1] % 64 + 1), "profile", profiles[data[0] % 5]};
+    const size_t before = words.size();
+    for (std::string &word : split({reinterpret_cast<const char *>(data) + 2, size - 2}))
+        words.push_back(std::move(word));
+    if (words.size() == before || (words[before] != "match" && words[before] != "action"))
+        words.insert(words.begin() + static_cast<long>(before), "match");
+    if (run_tool(words, {}, tail::zeros) != 0 || !gateway.ruleAdded)
+        return 0;
+    const kxqos_rule_t first = gateway.rule;
+    if (!fits_a_line(first))
+        return 0;
+
+    const std::string line = dump_line(first);
+    check(line.size() < 2000, "a dump line is too long");
+    // More words than split would give, so cut here.
+    std::vector<std::string> again;
+    for (size_t at = 0; at < line.size();) {
+        const size_t end = line.find(' ', at);
+        if (end != at)
+            again.push_back(line.substr(at, end == std::string::npos ? end : end - at));
+        at = end == std::string::npos ? line.size() : end + 1;
+    }
+    check(run_tool(again, {}, tail::zeros) == 0 && gateway.ruleAdded, "a dump line is not taken");
+    const kxqos_rule_t second = gateway.rule;
+    check(dump_line(second) == line, "a dump line, typed in, dumps otherwise");
+
+    // All but what the dump does not tell, the mask of protocol bits, is the same to the byte.
+    kxqos_rule_t a = first;
+    kxqos_rule_t b = second;
+    a.mask.ipProtocol = b.mask.ipProtocol = 0;
+    check(memcmp(&a, &b, sizeof a) == 0, "a rule, typed in from its dump, is another one");
+    return 0;
+}

@@ -1,0 +1,34 @@
+// Standard output closed, full, or a pipe that nobody reads: what was to be printed is missed, so the status is 255;
+// and what was to be sent is sent all the same.
+#include "tool.h"
+
+#include <signal.h>
+
+static void with(standard_output kind, const char *name, const std::vector<run_result> &expected)
+{
+    run_options options;
+    options.output = kind;
+    reboot();
+    for (size_t i = 0; i < forms.size(); i++) {
+        const run_result seen = run_tool(forms[i], options);
+        const bool deadly = kind == standard_output::broken_and_deadly;
+        const int missed = deadly ? 128 + SIGPIPE : 255;
+        check(seen.status == (expected[i].output.empty() ? expected[i].status : missed), name, forms[i]);
+        check(seen.error.empty(), name, forms[i]);
+        check(seen.trace == expected[i].trace, name, forms[i]);
+    }
+}
+
+int main(int argc, char **argv)
+{
+    find_tool(argc, argv);
+    std::vector<run_result> expected;
+    reboot();
+    for (const words &form : forms)
+        expected.push_back(run_tool(form));
+    with(standard_output::closed, "standard output closed", expected);
+    with(standard_output::full, "standard output full", expected);
+    with(standard_output::broken, "standard output broken", expected);
+    with(standard_output::broken_and_deadly, "standard output broken, SIGPIPE deadly", expected);
+    return verdict();
+}
