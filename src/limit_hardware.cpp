@@ -10,10 +10,15 @@ enum class step : uint8_t { install, remove, remove_old_rate, switch_table };
 
 // What differs between the tables: the key, the library call, the words of a failure and of an addition.
 
+// All 16 bytes count, of an IPv4 address too.
+static bool same_address(const ip_addr_t &a, const ip_addr_t &b)
+{
+    return memcmp(a.ipv6Addr.s6_addr, b.ipv6Addr.s6_addr, sizeof a.ipv6Addr.s6_addr) == 0;
+}
+
 static bool same_key(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b)
 {
-    return memcmp(&a.ip_max, &b.ip_max, sizeof a.ip_max) == 0 && memcmp(&a.ip_min, &b.ip_min, sizeof a.ip_min) == 0 &&
-           a.isIpv6 == b.isIpv6;
+    return same_address(a.ip_max, b.ip_max) && same_address(a.ip_min, b.ip_min) && a.isIpv6 == b.isIpv6;
 }
 
 static bool same_key(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b)
