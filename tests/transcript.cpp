@@ -601,7 +601,7 @@ struct Pipe {
 // Reads both until nobody can write to them any more.
 void collect(Pipe &output, Pipe &errors, Outcome &outcome)
 {
-    constexpr size_t enough = size_t{64} << 20; // a command that prints without end is as good as hung
+    constexpr size_t enough = size_t{4} << 20; // a command that prints without end is as good as hung
     output.close_end(1);
     errors.close_end(1);
     std::array<pollfd, 2> polled = {{{output.ends[0], POLLIN, 0}, {errors.ends[0], POLLIN, 0}}};
