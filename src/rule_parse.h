@@ -4,8 +4,8 @@
 
 #include "kxqos.h"
 
-// Both take count words and a record that was cleared before its ids were set; they only set members and bits. They
-// return 0 or -1, and have then printed what is to be printed; the record is partly filled and must not be sent.
+// Both take count words and a record that was cleared before its ids were set; they touch only what the words name.
+// They return 0 or -1, and have then printed what is to be printed; the record is partly filled and must not be sent.
 
 // The words after "match": pairs of keyword and value, then "action" and the actions.
 int parse_rule_command(int count, const char *const *words, kxqos_rule_t *rule);
