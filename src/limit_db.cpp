@@ -4,7 +4,7 @@
 
 #include <string.h>
 
-// A request carries half of each table: part 0 the first half, part 1 the second.
+// A request carries half of each table: the first (0) or the second (1).
 static constexpr int ip_half = KXQOS_RL_IP_ENTRIES / 2;
 static constexpr int vlan_half = KXQOS_RL_VLAN_ENTRIES / 2;
 static constexpr int port_half = KXQOS_RL_PORT_ENTRIES / 2;
