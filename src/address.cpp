@@ -208,7 +208,7 @@ int parse_ipv6_addr(const char *address, in6_addr *addr, in6_addr *msk, int *ran
     *inverseFlag = *address == '!';
     const char *text = address + *inverseFlag;
     char copy[256];
-    cut(copy, text, text + strnlen(text, sizeof copy));
+    cut(copy, text, text + strlen(text));
 
     if (char *tilde = strrchr(copy, '~')) {
         *tilde = '\0';

@@ -85,7 +85,7 @@ static const char *mode_name(const kxqos_rl_t *pRule, char (&number)[4])
     return number;
 }
 
-template <typename ShowOne> static void show_both(ShowOne show_one)
+static void show_both(void (*show_one)(const kxqos_rl_t *db, const char *mode))
 {
     for (int upDir = 1; upDir >= 0; upDir--) {
         kxqos_rl_t db = {};

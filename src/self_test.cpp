@@ -10,6 +10,15 @@ static const char *verdict(bool passed)
     return passed ? "Success" : "Fail";
 }
 
+// Tells of a call that failed, and whether it did.
+static bool failed(libkx_retCode_t ret, const char *call, int id)
+{
+    if (ret == LIBKX_RET_OK)
+        return false;
+    print("Error: %s %d fail (ret=%d) \n", call, id, ret);
+    return true;
+}
+
 // Counters
 
 static bool read_counter(int counterID)
@@ -17,11 +26,8 @@ static bool read_counter(int counterID)
     uint64_t pkts = 0;
     uint64_t bytes = 0;
     uint32_t speed = 0;
-    const libkx_retCode_t ret = libkx_qos_get_counter(counterID, &pkts, &bytes, &speed);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: get counter %d fail (ret=%d) \n", counterID, ret);
+    if (failed(libkx_qos_get_counter(counterID, &pkts, &bytes, &speed), "get counter", counterID))
         return false;
-    }
     print("\r step3 - get counter %d: pkts %lld, bytes %lld, speed %d \n", counterID, static_cast<long long>(pkts),
           static_cast<long long>(bytes), static_cast<int>(speed));
     return true;
@@ -29,22 +35,16 @@ static bool read_counter(int counterID)
 
 static bool clear_counter(int counterID)
 {
-    const libkx_retCode_t ret = libkx_qos_clear_counter(counterID);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: clear counter %d fail (ret=%d) \n", counterID, ret);
+    if (failed(libkx_qos_clear_counter(counterID), "clear counter", counterID))
         return false;
-    }
     print("\r step4 - clear counter %d \n", counterID);
     return true;
 }
 
 static bool delete_counter(int counterID)
 {
-    const libkx_retCode_t ret = libkx_qos_delete_counter(counterID);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: delete counter %d fail (ret=%d) \n", counterID, ret);
+    if (failed(libkx_qos_delete_counter(counterID), "delete counter", counterID))
         return false;
-    }
     print("\r step5 - delete counter %d \n", counterID);
     return true;
 }
@@ -79,10 +79,8 @@ static bool counter_with_number()
 {
     int counterID = 1;
     const libkx_retCode_t ret = libkx_qos_create_counter(&counterID);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: create counter %d fail (ret=%d) \n", counterID, ret);
+    if (failed(ret, "create counter", counterID))
         return false;
-    }
     print("\r step1 - create counter %d \n", counterID);
     if (libkx_qos_is_counter_created(counterID) == 0) {
         print("counter %d is not created \n", counterID);
@@ -96,11 +94,8 @@ static bool counter_with_number()
 static bool read_bucket(int bucketID, uint32_t expected)
 {
     uint32_t rateLimit = 0;
-    const libkx_retCode_t ret = libkx_qos_get_bucket(bucketID, &rateLimit);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: get bucket %d fail (ret=%d) \n", bucketID, ret);
+    if (failed(libkx_qos_get_bucket(bucketID, &rateLimit), "get bucket", bucketID))
         return false;
-    }
     if (rateLimit != expected) {
         print("Error: bucket %d rateLimit %d is not the configured value \n", bucketID, static_cast<int>(rateLimit));
         return false;
@@ -111,12 +106,7 @@ static bool read_bucket(int bucketID, uint32_t expected)
 static bool change_bucket(int bucketID)
 {
     constexpr uint32_t rate = 1000;
-    const libkx_retCode_t ret = libkx_qos_set_bucket(bucketID, rate);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: set bucket %d fail (ret=%d) \n", bucketID, ret);
-        return false;
-    }
-    if (!read_bucket(bucketID, rate))
+    if (failed(libkx_qos_set_bucket(bucketID, rate), "set bucket", bucketID) || !read_bucket(bucketID, rate))
         return false;
     print("\r step4 - set bucket %d rateLimit %d \n", bucketID, static_cast<int>(rate));
     return true;
@@ -124,11 +114,8 @@ static bool change_bucket(int bucketID)
 
 static bool delete_bucket(int bucketID)
 {
-    const libkx_retCode_t ret = libkx_qos_delete_bucket(bucketID);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: delete bucket %d fail (ret=%d) \n", bucketID, ret);
+    if (failed(libkx_qos_delete_bucket(bucketID), "delete bucket", bucketID))
         return false;
-    }
     print("\r step5 - delete bucket %d \n", bucketID);
     return true;
 }
@@ -179,7 +166,7 @@ static bool one_rule()
     qosRule.rule_id = 1;
     qosRule.field.tos = 3;
     qosRule.mask.tos = 5;
-    strcpy(qosRule.inDev, "pon+");
+    memcpy(qosRule.inDev, "pon+", sizeof "pon+");
     select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_TOS);
     select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV);
     select_field(qosRule.fieldMode, LIBKX_QOS_MATCH_TOS);
@@ -188,26 +175,20 @@ static bool one_rule()
     assign_queue(&qosRule, 5);
 
     libkx_retCode_t ret = libkx_qos_add_rule(&qosRule);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: add qos rule %d fail (ret=%d) \n", qosRule.rule_id, ret);
+    if (failed(ret, "add qos rule", qosRule.rule_id))
         return false;
-    }
     print("\r step1 - set profile %d rule %d \n", qosRule.profile_id, qosRule.rule_id);
 
     qosRule = {};
     qosRule.rule_id = 1;
     ret = libkx_qos_get_rule(&qosRule);
-    const bool read = ret == LIBKX_RET_OK;
+    const bool read = !failed(ret, "get qos rule", qosRule.rule_id);
     if (read)
         print("\r step2 - get profile %d rule %d \n", qosRule.profile_id, qosRule.rule_id);
-    else
-        print("Error: get qos rule %d fail (ret=%d) \n", qosRule.rule_id, ret);
 
     ret = libkx_qos_delete_rule(qosRule.profile_id, qosRule.rule_id);
-    if (ret != LIBKX_RET_OK) {
-        print("Error: delete qos rule %d fail (ret=%d) \n", qosRule.rule_id, ret);
+    if (failed(ret, "delete qos rule", qosRule.rule_id))
         return false;
-    }
     print("\r step3 - delete profile %d rule %d \n", qosRule.profile_id, qosRule.rule_id);
     return read;
 }
@@ -221,7 +202,7 @@ static void add_walked_rules()
     qosRule.field.srcPort = 5000;
     qosRule.mask.srcPort = 6000;
     qosRule.field.dstPort = 1024;
-    strcpy(qosRule.inDev, "eth1");
+    memcpy(qosRule.inDev, "eth1", sizeof "eth1");
     select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4SRCPORT);
     select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4DSTPORT);
     select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV);

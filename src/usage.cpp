@@ -6,8 +6,8 @@
 // Blanks at the ends of lines, empty last lines and ranges that differ from what is accepted are all meant.
 
 struct menu_row {
-    char name[16];
-    char description[64];
+    char name[14];
+    char description[51];
 };
 
 // queue, puredscpremark, fine-classifi and test are accepted, but left out here: meant.
