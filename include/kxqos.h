@@ -2,7 +2,8 @@
  *
  * Every request is one ioctl whose argument points at the payload named beside it. Records have natural alignment and
  * no packing; integers are in the host's own byte order (little-endian on the gateway) unless a field says otherwise.
- * The caller owns every record; the module keeps no pointer. Unused bytes and padding are sent as zero.
+ * The caller owns every record; the module keeps no pointer. Unused bytes and padding are sent as zero, but for what is
+ * left of an IPv6 address when the same rule then gives an IPv4 one.
  *
  * Plain C, for C11 and C++20, in user space and in the kernel.
  */

@@ -1,7 +1,7 @@
 // Argument words to numbers.
 //
-// Every parser returns 0, or -1 for a bad word, whose message, if any, it has printed itself. A null word is refused
-// silently. Numbers are read in base 0: decimal, 0x hexadecimal, leading-0 octal.
+// Every parser returns 0, or -1 for a bad word, whose message, if any, it has printed itself. Those named parse_ refuse
+// a null word silently. Numbers are read in base 0: decimal, 0x hexadecimal, leading-0 octal.
 #ifndef KXQOSCTL_NUMBER_H
 #define KXQOSCTL_NUMBER_H
 
