@@ -8,38 +8,51 @@ static const uint64_t max_result = 0x7fffffff;
 static const uint64_t max_32 = 0xffffffff;
 static const uint64_t max_64 = 0xffffffffffffffff;
 
-/* The library's functions, and whether their first output is a number, which a fault can then replace. */
-static const struct {
-    const char name[GATEWAY_FUNCTION_NAME];
-    bool gives_number;
-} functions[] = {
-    {"libkx_switchApi_ipv4SetRateLimit", false},
-    {"libkx_switchApi_ipv6SetRateLimit", false},
-    {"libkx_switchApi_vlanSetRateLimit", false},
-    {"libkx_switchApi_portSetRateLimit", false},
-    {"libkx_qos_OSGI_getCounterByFlow", true},
-    {"libkx_qos_OSGI_clearCounterByFlow", false},
-    {"libkx_qos_hostEntryAdd", true},
-    {"libkx_qos_hostEntryDel", true},
-    {"libkx_qos_hostCounterGet", true},
-    {"libkx_qos_hostCounterClear", false},
-    {"libkx_netApi_getWanStats", true},
-    {"libkx_netApi_setWanRateLimit", false},
-    {"libkx_qos_create_counter", true},
-    {"libkx_qos_is_counter_created", false},
-    {"libkx_qos_get_counter", true},
-    {"libkx_qos_clear_counter", false},
-    {"libkx_qos_delete_counter", false},
-    {"libkx_qos_create_bucket", true},
-    {"libkx_qos_is_bucket_created", false},
-    {"libkx_qos_get_bucket", true},
-    {"libkx_qos_set_bucket", false},
-    {"libkx_qos_delete_bucket", false},
-    {"libkx_qos_add_rule", false},
-    {"libkx_qos_get_rule", false},
-    {"libkx_qos_delete_rule", false},
-    {"libkx_qos_get_next_rule", false},
+/* The library's functions and what they give beside their result, which a fault can then replace. */
+struct function {
+    char name[GATEWAY_FUNCTION_NAME];
+    uint8_t numbers;     /* how many of the outputs are numbers: all or none */
+    uint8_t record_size; /* of the output that is a record, 0 for none */
 };
+
+static const struct function functions[] = {
+    {"libkx_switchApi_ipv4SetRateLimit", 0, 0},
+    {"libkx_switchApi_ipv6SetRateLimit", 0, 0},
+    {"libkx_switchApi_vlanSetRateLimit", 0, 0},
+    {"libkx_switchApi_portSetRateLimit", 0, 0},
+    {"libkx_qos_OSGI_getCounterByFlow", 6, 0},
+    {"libkx_qos_OSGI_clearCounterByFlow", 0, 0},
+    {"libkx_qos_hostEntryAdd", 2, 0},
+    {"libkx_qos_hostEntryDel", 2, 0},
+    {"libkx_qos_hostCounterGet", 6, 0},
+    {"libkx_qos_hostCounterClear", 0, 0},
+    {"libkx_netApi_getWanStats", 4, 0},
+    {"libkx_netApi_setWanRateLimit", 0, 0},
+    {"libkx_qos_create_counter", 1, 0},
+    {"libkx_qos_is_counter_created", 0, 0},
+    {"libkx_qos_get_counter", 3, 0},
+    {"libkx_qos_clear_counter", 0, 0},
+    {"libkx_qos_delete_counter", 0, 0},
+    {"libkx_qos_create_bucket", 1, 0},
+    {"libkx_qos_is_bucket_created", 0, 0},
+    {"libkx_qos_get_bucket", 1, 0},
+    {"libkx_qos_set_bucket", 0, 0},
+    {"libkx_qos_delete_bucket", 0, 0},
+    {"libkx_qos_add_rule", 0, 0},
+    {"libkx_qos_get_rule", 0, sizeof(libkx_qos_rule_s)},
+    {"libkx_qos_delete_rule", 0, 0},
+    {"libkx_qos_get_next_rule", 0, sizeof(libkx_qos_rule_s)},
+};
+
+/* Null for an event that is no call. */
+static const struct function *function_of(const struct gateway_fault *fault)
+{
+    for (unsigned i = 0; i < sizeof functions / sizeof functions[0]; i++) {
+        if (fault->where == GATEWAY_CALL && text_same(fault->function, functions[i].name))
+            return &functions[i];
+    }
+    return NULL;
+}
 
 /* Readers: each takes what it reads off the front of *at, and gives false when that is not there. */
 
@@ -108,11 +121,9 @@ static const char *read_function(const char **at, struct gateway_fault *fault)
     }
     *at += length;
     fault->where = GATEWAY_CALL;
-    for (unsigned i = 0; i < sizeof functions / sizeof functions[0]; i++) {
-        if (text_same(fault->function, functions[i].name))
-            return NULL;
-    }
-    return "WHERE is open, request, the number of a request, or a function of the library";
+    if (function_of(fault) == NULL)
+        return "WHERE is open, request, the number of a request, or a function of the library";
+    return NULL;
 }
 
 static const char *read_where(const char **at, struct gateway_fault *fault)
@@ -156,13 +167,21 @@ static bool is_request(const struct gateway_fault *fault)
     return fault->where == GATEWAY_REQUEST || fault->where == GATEWAY_ANY_REQUEST;
 }
 
-static bool gives_number(const struct gateway_fault *fault)
+/* The bytes from an offset on. */
+static const char *read_hex(const char **at, uint64_t offset, size_t size, struct gateway_fault *fault)
 {
-    for (unsigned i = 0; i < sizeof functions / sizeof functions[0]; i++) {
-        if (fault->where == GATEWAY_CALL && text_same(fault->function, functions[i].name))
-            return functions[i].gives_number;
+    uint8_t byte;
+
+    for (; **at != '\0' && **at != ','; offset++) {
+        if (!take_byte(at, &byte))
+            return "HEX has two hexadecimal digits for each byte";
+        if (offset >= size)
+            return "HEX goes beyond the payload or record";
+        fault->is_written[offset] = 1;
+        fault->written[offset] = byte;
     }
-    return false;
+    fault->has_bytes = 1;
+    return NULL;
 }
 
 /* OFFSET:HEX */
@@ -171,7 +190,6 @@ static const char *read_bytes(const char **at, struct gateway_fault *fault)
     const size_t known = model_payload_size(KXQOS_REQUEST(fault->request));
     const size_t size = fault->where == GATEWAY_REQUEST && known != 0 ? known : MODEL_PAYLOAD_MAX;
     uint64_t offset;
-    uint8_t byte;
 
     if (!is_request(fault))
         return "bytes is for requests";
@@ -179,16 +197,7 @@ static const char *read_bytes(const char **at, struct gateway_fault *fault)
         return "bytes begins with an offset within the payload";
     if (!take(at, ":") || **at == '\0' || **at == ',')
         return "bytes is bytes:OFFSET:HEX";
-    for (; **at != '\0' && **at != ','; offset++) {
-        if (!take_byte(at, &byte))
-            return "bytes has two hexadecimal digits for each byte";
-        if (offset >= size)
-            return "bytes goes beyond the payload";
-        fault->is_written[offset] = 1;
-        fault->written[offset] = byte;
-    }
-    fault->has_bytes = 1;
-    return NULL;
+    return read_hex(at, offset, size, fault);
 }
 
 static const char *read_result(const char **at, struct gateway_fault *fault)
@@ -202,13 +211,31 @@ static const char *read_result(const char **at, struct gateway_fault *fault)
     return NULL;
 }
 
+/* OFFSET=HEX */
+static const char *read_record(const char **at, size_t size, struct gateway_fault *fault)
+{
+    uint64_t offset;
+
+    if (!take_number(at, size - 1, &offset))
+        return "the value of a record begins with an offset within it";
+    if (!take(at, "=") || **at == '\0' || **at == ',')
+        return "the value of a record is value:OFFSET=HEX";
+    return read_hex(at, offset, size, fault);
+}
+
 static const char *read_value(const char **at, struct gateway_fault *fault)
 {
-    if (!gives_number(fault))
-        return "value is for functions of the library whose first output is a number";
-    if (!take_number(at, max_64, &fault->value))
+    const struct function *function = function_of(fault);
+
+    if (function != NULL && function->record_size != 0)
+        return read_record(at, function->record_size, fault);
+    if (function == NULL || function->numbers == 0)
+        return "value is for functions of the library that give a number or a record";
+    if (fault->value_count == function->numbers)
+        return "the function does not give as many numbers";
+    if (!take_number(at, max_64, &fault->values[fault->value_count]))
         return "a value is a number from 0 on";
-    fault->has_value = 1;
+    fault->value_count++;
     return NULL;
 }
 

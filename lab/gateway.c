@@ -46,11 +46,13 @@ static const struct gateway_fault *strike(struct gateway_session *session, const
     return striking;
 }
 
-static void overwrite(uint8_t *payload, size_t size, const struct gateway_fault *fault)
+void gateway_overwrite(const struct gateway_fault *fault, void *record, size_t size)
 {
+    uint8_t *bytes = record;
+
     for (size_t i = 0; i < size; i++) {
         if (fault->is_written[i] != 0)
-            payload[i] = fault->written[i];
+            bytes[i] = fault->written[i];
     }
 }
 
@@ -114,7 +116,7 @@ static int carry_out(const struct gateway_fault *fault, struct model *model, uin
     if (fault == NULL)
         return result;
     if (fault->has_bytes) {
-        overwrite(payload, size, fault);
+        gateway_overwrite(fault, payload, size);
         result = 0;
     }
     return fault->has_result ? fault->result : result;

@@ -15,7 +15,8 @@ extern "C" {
 enum {
     GATEWAY_FAULTS = 128,
     GATEWAY_FUNCTION_NAME = 48,
-    GATEWAY_LINE = 4096 /* the longest line of a trace is a rate-limit request's, of about 2500 */
+    GATEWAY_OUTPUTS = 6, /* the most numbers that a function of the library gives */
+    GATEWAY_LINE = 4096  /* the longest line of a trace is a rate-limit request's, of about 2500 */
 };
 
 enum gateway_where { GATEWAY_OPEN, GATEWAY_ANY_REQUEST, GATEWAY_REQUEST, GATEWAY_CALL };
@@ -30,11 +31,11 @@ struct gateway_fault {
     uint8_t fails;
     uint8_t kills;
     uint8_t has_result;
-    uint8_t has_value;
+    uint8_t value_count;
     int32_t result;
-    uint64_t value;
-    uint8_t is_written[MODEL_PAYLOAD_MAX]; /* the bytes of the payload that the fault replaces, */
-    uint8_t written[MODEL_PAYLOAD_MAX];    /* and by what */
+    uint64_t values[GATEWAY_OUTPUTS];      /* the numbers that replace a call's first value_count outputs */
+    uint8_t is_written[MODEL_PAYLOAD_MAX]; /* the bytes of the payload, or of a call's record, that the fault */
+    uint8_t written[MODEL_PAYLOAD_MAX];    /* replaces, and by what */
     uint8_t has_bytes;
 };
 
@@ -47,6 +48,9 @@ struct gateway_session {
 
 /* Reads a fault as it is typed. Gives null, or what is wrong with it. */
 const char *gateway_read_fault(const char *typed, struct gateway_fault *fault);
+
+/* Writes the bytes of a fault over a payload or a record. */
+void gateway_overwrite(const struct gateway_fault *fault, void *record, size_t size);
 
 /* One event's line of the trace, its newline included. The functions below that take one fill it from the start. */
 struct gateway_line {

@@ -39,7 +39,7 @@ static int end(struct call *call, int result)
 {
     const struct gateway_fault *fault = call->fault;
 
-    if (fault != NULL && fault->has_value)
+    if (fault != NULL && (fault->value_count != 0 || fault->has_bytes))
         result = LIBKX_RET_OK;
     if (fault != NULL && fault->has_result)
         result = fault->result;
@@ -97,24 +97,35 @@ static void add_rule(struct call *call, const libkx_qos_rule_s *rule)
     text_bytes(&call->visit.line.text, rule, sizeof *rule);
 }
 
-/* First outputs, which a fault may replace */
+/* Outputs, which a fault may replace; n counts from 0 */
 
-static void replace_int(const struct call *call, int *output)
+static bool replaces(const struct call *call, unsigned n)
 {
-    if (call->fault != NULL && call->fault->has_value)
-        *output = (int)call->fault->value;
+    return call->fault != NULL && n < call->fault->value_count;
 }
 
-static void replace_u32(const struct call *call, uint32_t *output)
+static void replace_int(const struct call *call, unsigned n, int *output)
 {
-    if (call->fault != NULL && call->fault->has_value)
-        *output = (uint32_t)call->fault->value;
+    if (replaces(call, n))
+        *output = (int)call->fault->values[n];
 }
 
-static void replace_u64(const struct call *call, uint64_t *output)
+static void replace_u32(const struct call *call, unsigned n, uint32_t *output)
 {
-    if (call->fault != NULL && call->fault->has_value)
-        *output = call->fault->value;
+    if (replaces(call, n))
+        *output = (uint32_t)call->fault->values[n];
+}
+
+static void replace_u64(const struct call *call, unsigned n, uint64_t *output)
+{
+    if (replaces(call, n))
+        *output = call->fault->values[n];
+}
+
+static void replace_rule(const struct call *call, libkx_qos_rule_s *rule)
+{
+    if (call->fault != NULL && call->fault->has_bytes)
+        gateway_overwrite(call->fault, rule, sizeof *rule);
 }
 
 /* Switch rate limits */
@@ -190,15 +201,23 @@ libkx_retCode_t libkx_switchApi_portSetRateLimit(uint16_t port, uint32_t directi
 
 /* Flows, hosts and WAN interfaces */
 
-static void give(const struct library_traffic *traffic, uint64_t *upPkts, uint64_t *upBytes, uint32_t *upSpeed,
-                 uint64_t *downPkts, uint64_t *downBytes, uint32_t *downSpeed)
+static void give(const struct call *call, const struct library_traffic *traffic, uint64_t *upPkts, uint64_t *upBytes,
+                 uint32_t *upSpeed, uint64_t *downPkts, uint64_t *downBytes, uint32_t *downSpeed)
 {
-    *upPkts = traffic->up_packets;
-    *upBytes = traffic->up_bytes;
-    *upSpeed = traffic->up_speed;
-    *downPkts = traffic->down_packets;
-    *downBytes = traffic->down_bytes;
-    *downSpeed = traffic->down_speed;
+    if (call->result == LIBKX_RET_OK) {
+        *upPkts = traffic->up_packets;
+        *upBytes = traffic->up_bytes;
+        *upSpeed = traffic->up_speed;
+        *downPkts = traffic->down_packets;
+        *downBytes = traffic->down_bytes;
+        *downSpeed = traffic->down_speed;
+    }
+    replace_u64(call, 0, upPkts);
+    replace_u64(call, 1, upBytes);
+    replace_u32(call, 2, upSpeed);
+    replace_u64(call, 3, downPkts);
+    replace_u64(call, 4, downBytes);
+    replace_u32(call, 5, downSpeed);
 }
 
 libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t *upPkts, uint64_t *upBytes,
@@ -214,9 +233,7 @@ libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t 
     add_number(&call, counter);
     if (works(&call))
         call.result = library_flow_get(call.library, flow, counter, &traffic);
-    if (call.result == LIBKX_RET_OK)
-        give(&traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
-    replace_u64(&call, upPkts);
+    give(&call, &traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
     return finish(&call);
 }
 
@@ -251,11 +268,11 @@ libkx_retCode_t libkx_qos_hostEntryAdd(int host, const unsigned char *mac, int s
     memcpy(wanted.mac, mac, sizeof wanted.mac);
     if (works(&call))
         call.result = library_host_add(call.library, host, &wanted, bucket, counter);
-    replace_int(&call, bucket);
+    replace_int(&call, 0, bucket);
+    replace_int(&call, 1, counter);
     return finish(&call);
 }
 
-/* NOLINTNEXTLINE(readability-non-const-parameter): the contract allows it to write the counter */
 libkx_retCode_t libkx_qos_hostEntryDel(int host, const unsigned char *mac, int *bucket, int *counter)
 {
     struct call call;
@@ -268,7 +285,8 @@ libkx_retCode_t libkx_qos_hostEntryDel(int host, const unsigned char *mac, int *
     add_number(&call, *counter);
     if (works(&call))
         call.result = library_host_delete(call.library, host, mac);
-    replace_int(&call, bucket);
+    replace_int(&call, 0, bucket);
+    replace_int(&call, 1, counter);
     return finish(&call);
 }
 
@@ -284,9 +302,7 @@ libkx_retCode_t libkx_qos_hostCounterGet(int host, int counter, uint64_t *upPkts
     add_number(&call, counter);
     if (works(&call))
         call.result = library_host_get(call.library, host, counter, &traffic);
-    if (call.result == LIBKX_RET_OK)
-        give(&traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
-    replace_u64(&call, upPkts);
+    give(&call, &traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
     return finish(&call);
 }
 
@@ -320,7 +336,10 @@ libkx_retCode_t libkx_netApi_getWanStats(const char *ifName, uint64_t *upPkt, ui
         *downPkt = traffic.down_packets;
         *downBytes = traffic.down_bytes;
     }
-    replace_u64(&call, upPkt);
+    replace_u64(&call, 0, upPkt);
+    replace_u64(&call, 1, upBytes);
+    replace_u64(&call, 2, downPkt);
+    replace_u64(&call, 3, downBytes);
     return finish(&call);
 }
 
@@ -349,7 +368,7 @@ libkx_retCode_t libkx_qos_create_counter(int *counterID)
     add_number(&call, *counterID);
     if (works(&call))
         call.result = library_create_counter(call.library, counterID);
-    replace_int(&call, counterID);
+    replace_int(&call, 0, counterID);
     return finish(&call);
 }
 
@@ -378,7 +397,9 @@ libkx_retCode_t libkx_qos_get_counter(int counterID, uint64_t *pkts, uint64_t *b
         *bytes = traffic.up_bytes;
         *speed = traffic.up_speed;
     }
-    replace_u64(&call, pkts);
+    replace_u64(&call, 0, pkts);
+    replace_u64(&call, 1, bytes);
+    replace_u32(&call, 2, speed);
     return finish(&call);
 }
 
@@ -418,7 +439,7 @@ libkx_retCode_t libkx_qos_create_bucket(int *bucketID, uint32_t rate)
     add_number(&call, rate);
     if (works(&call))
         call.result = library_create_bucket(call.library, bucketID, rate);
-    replace_int(&call, bucketID);
+    replace_int(&call, 0, bucketID);
     return finish(&call);
 }
 
@@ -441,7 +462,7 @@ libkx_retCode_t libkx_qos_get_bucket(int bucketID, uint32_t *rate)
     add_number(&call, bucketID);
     if (works(&call))
         call.result = library_get_bucket(call.library, bucketID, rate);
-    replace_u32(&call, rate);
+    replace_u32(&call, 0, rate);
     return finish(&call);
 }
 
@@ -493,6 +514,7 @@ libkx_retCode_t libkx_qos_get_rule(libkx_qos_rule_s *rule)
     add_rule(&call, rule);
     if (works(&call))
         call.result = library_get_rule(call.library, rule);
+    replace_rule(&call, rule);
     return finish(&call);
 }
 
@@ -518,5 +540,6 @@ libkx_retCode_t libkx_qos_get_next_rule(libkx_qos_rule_s *rule)
     add_rule(&call, rule);
     if (works(&call))
         call.result = library_next_rule(call.library, rule);
+    replace_rule(&call, rule);
     return finish(&call);
 }

@@ -1,6 +1,7 @@
 // The trace's lines and what faults do.
 #include "gateway.h"
 
+#include <array>
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <memory>
@@ -254,11 +255,42 @@ TEST_F(Gateway, HandsACallsFaultOut)
     add_fault("libkx_qos_get_bucket#1=value:18446744073709551615,result:3");
     const gateway_fault *fault = gateway_call(session_.get(), "libkx_qos_get_bucket", line_.get());
     ASSERT_NE(fault, nullptr);
-    EXPECT_TRUE(fault->has_value);
-    EXPECT_EQ(fault->value, 18446744073709551615U);
+    EXPECT_EQ(fault->value_count, 1);
+    EXPECT_EQ(fault->values[0], 18446744073709551615U);
     EXPECT_TRUE(fault->has_result);
     EXPECT_EQ(fault->result, 3);
     EXPECT_FALSE(fault->fails);
+    EXPECT_FALSE(fault->has_bytes);
+}
+
+TEST_F(Gateway, HandsOutSeveralValuesInOrder)
+{
+    add_fault("libkx_qos_get_counter#1=value:7,result:2,value:18446744073709551615,value:0");
+    const gateway_fault *fault = gateway_call(session_.get(), "libkx_qos_get_counter", line_.get());
+    ASSERT_NE(fault, nullptr);
+    EXPECT_EQ(fault->value_count, 3);
+    EXPECT_EQ(fault->values[0], 7U);
+    EXPECT_EQ(fault->values[1], 18446744073709551615U);
+    EXPECT_EQ(fault->values[2], 0U);
+    EXPECT_EQ(fault->result, 2);
+}
+
+TEST_F(Gateway, OverwritesARecord)
+{
+    add_fault("libkx_qos_get_rule#1=value:0=0a0b,value:227=Ff,value:1=0c");
+    const gateway_fault *fault = gateway_call(session_.get(), "libkx_qos_get_rule", line_.get());
+    ASSERT_NE(fault, nullptr);
+    EXPECT_TRUE(fault->has_bytes);
+    EXPECT_EQ(fault->value_count, 0);
+    std::array<uint8_t, 229> record = {};
+    record.fill(0x55);
+    gateway_overwrite(fault, record.data(), 228);
+    EXPECT_EQ(record[0], 0x0a);
+    EXPECT_EQ(record[1], 0x0c); // the later bytes count
+    EXPECT_EQ(record[2], 0x55);
+    EXPECT_EQ(record[226], 0x55);
+    EXPECT_EQ(record[227], 0xff);
+    EXPECT_EQ(record[228], 0x55);
 }
 
 // How faults are typed
@@ -267,34 +299,35 @@ TEST_F(Gateway, ReadsEveryFunction)
 {
     const struct {
         const char *name;
-        bool gives_number;
+        int numbers; // among its outputs
+        bool gives_record;
     } functions[] = {
-        {"libkx_switchApi_ipv4SetRateLimit", false},
-        {"libkx_switchApi_ipv6SetRateLimit", false},
-        {"libkx_switchApi_vlanSetRateLimit", false},
-        {"libkx_switchApi_portSetRateLimit", false},
-        {"libkx_qos_OSGI_getCounterByFlow", true},
-        {"libkx_qos_OSGI_clearCounterByFlow", false},
-        {"libkx_qos_hostEntryAdd", true},
-        {"libkx_qos_hostEntryDel", true},
-        {"libkx_qos_hostCounterGet", true},
-        {"libkx_qos_hostCounterClear", false},
-        {"libkx_netApi_getWanStats", true},
-        {"libkx_netApi_setWanRateLimit", false},
-        {"libkx_qos_create_counter", true},
-        {"libkx_qos_is_counter_created", false},
-        {"libkx_qos_get_counter", true},
-        {"libkx_qos_clear_counter", false},
-        {"libkx_qos_delete_counter", false},
-        {"libkx_qos_create_bucket", true},
-        {"libkx_qos_is_bucket_created", false},
-        {"libkx_qos_get_bucket", true},
-        {"libkx_qos_set_bucket", false},
-        {"libkx_qos_delete_bucket", false},
-        {"libkx_qos_add_rule", false},
-        {"libkx_qos_get_rule", false},
-        {"libkx_qos_delete_rule", false},
-        {"libkx_qos_get_next_rule", false},
+        {"libkx_switchApi_ipv4SetRateLimit", 0, false},
+        {"libkx_switchApi_ipv6SetRateLimit", 0, false},
+        {"libkx_switchApi_vlanSetRateLimit", 0, false},
+        {"libkx_switchApi_portSetRateLimit", 0, false},
+        {"libkx_qos_OSGI_getCounterByFlow", 6, false},
+        {"libkx_qos_OSGI_clearCounterByFlow", 0, false},
+        {"libkx_qos_hostEntryAdd", 2, false},
+        {"libkx_qos_hostEntryDel", 2, false},
+        {"libkx_qos_hostCounterGet", 6, false},
+        {"libkx_qos_hostCounterClear", 0, false},
+        {"libkx_netApi_getWanStats", 4, false},
+        {"libkx_netApi_setWanRateLimit", 0, false},
+        {"libkx_qos_create_counter", 1, false},
+        {"libkx_qos_is_counter_created", 0, false},
+        {"libkx_qos_get_counter", 3, false},
+        {"libkx_qos_clear_counter", 0, false},
+        {"libkx_qos_delete_counter", 0, false},
+        {"libkx_qos_create_bucket", 1, false},
+        {"libkx_qos_is_bucket_created", 0, false},
+        {"libkx_qos_get_bucket", 1, false},
+        {"libkx_qos_set_bucket", 0, false},
+        {"libkx_qos_delete_bucket", 0, false},
+        {"libkx_qos_add_rule", 0, false},
+        {"libkx_qos_get_rule", 0, true},
+        {"libkx_qos_delete_rule", 0, false},
+        {"libkx_qos_get_next_rule", 0, true},
     };
     for (const auto &function : functions) {
         gateway_fault fault = {};
@@ -302,9 +335,14 @@ TEST_F(Gateway, ReadsEveryFunction)
             << function.name;
         EXPECT_EQ(fault.where, static_cast<uint32_t>(GATEWAY_CALL));
         EXPECT_STREQ(fault.function, function.name);
-        EXPECT_EQ(gateway_read_fault((std::string(function.name) + "#1=value:5").c_str(), &fault) == nullptr,
-                  function.gives_number)
-            << function.name;
+        std::string typed = std::string(function.name) + "#1=value:227=00";
+        EXPECT_EQ(gateway_read_fault(typed.c_str(), &fault) == nullptr, function.gives_record) << typed;
+        typed = std::string(function.name) + "#1=result:1";
+        for (int number = 0; number < function.numbers; number++)
+            typed += ",value:5";
+        EXPECT_EQ(gateway_read_fault(typed.c_str(), &fault), nullptr) << typed;
+        typed += ",value:5";
+        EXPECT_NE(gateway_read_fault(typed.c_str(), &fault), nullptr) << typed;
     }
 }
 
@@ -323,6 +361,10 @@ TEST_F(Gateway, ReadsGoodFaults)
         "request#1=kill",
         "13#7=kill",
         "libkx_qos_hostEntryAdd#1=value:0",
+        "libkx_qos_hostEntryAdd#1=value:0,value:0",
+        "libkx_qos_OSGI_getCounterByFlow#1=value:1,value:2,value:3,value:4,value:5,value:6",
+        "libkx_qos_get_rule#1=value:0=ff",
+        "libkx_qos_get_next_rule#*=value:227=ff,value:0=0000,result:6",
         "libkx_qos_delete_rule#1=result:6",
     };
     for (const char *typed : good) {
@@ -397,7 +439,21 @@ TEST_F(Gateway, RefusesBadFaults)
         "libkx_qos_get_bucket#1=value:x",
         "libkx_qos_get_bucket#1=value:18446744073709551616",
         "libkx_qos_delete_bucket#1=value:1",
+        "libkx_qos_get_bucket#1=value:0=ff",
+        "libkx_qos_get_bucket#1=value:1,value:2",
+        "libkx_qos_get_bucket#1=value:1,fail",
+        "libkx_qos_OSGI_getCounterByFlow#1=value:1,value:2,value:3,value:4,value:5,value:6,value:7",
         "libkx_qos_get_rule#1=value:1",
+        "libkx_qos_get_rule#1=value:",
+        "libkx_qos_get_rule#1=value:0=",
+        "libkx_qos_get_rule#1=value:0=,result:1",
+        "libkx_qos_get_rule#1=value:0=f",
+        "libkx_qos_get_rule#1=value:0:ff",
+        "libkx_qos_get_rule#1=value:=ff",
+        "libkx_qos_get_rule#1=value:228=ff",
+        "libkx_qos_get_rule#1=value:227=ffff",
+        "libkx_qos_get_rule#1=bytes:0:ff",
+        "libkx_qos_add_rule#1=value:0=ff",
         "libkx_qos_is_bucket_created#1=value:1",
     };
     for (const char *typed : bad) {
@@ -417,8 +473,15 @@ TEST_F(Gateway, TellsWhatIsWrongWithAFault)
         {"16#1=fall", "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill"},
         {"16#1=fail,kill", "fail and kill stand alone"},
         {"1#1=bytes:4:00", "bytes begins with an offset within the payload"},
-        {"1#1=bytes:3:0000", "bytes goes beyond the payload"},
-        {"1#1=bytes:0:0", "bytes has two hexadecimal digits for each byte"},
+        {"1#1=bytes:3:0000", "HEX goes beyond the payload or record"},
+        {"1#1=bytes:0:0", "HEX has two hexadecimal digits for each byte"},
+        {"libkx_qos_get_rule#1=bytes:0:00", "bytes is for requests"},
+        {"libkx_qos_get_rule#1=value:228=00", "the value of a record begins with an offset within it"},
+        {"libkx_qos_get_rule#1=value:0", "the value of a record is value:OFFSET=HEX"},
+        {"libkx_qos_get_rule#1=value:227=0000", "HEX goes beyond the payload or record"},
+        {"libkx_qos_get_bucket#1=value:0,value:0", "the function does not give as many numbers"},
+        {"libkx_qos_get_bucket#1=value:-1", "a value is a number from 0 on"},
+        {"1#1=value:1", "value is for functions of the library that give a number or a record"},
         {"open#1=result:1", "an open can only fail"},
     };
     for (const auto &[typed, message] : wrong) {
