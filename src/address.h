@@ -2,8 +2,8 @@
 //
 // Every parser returns 0 or -1. A match value is "[!]address", "[!]address/mask" (*rangeMode 0, the second output is
 // the mask, and the address is ANDed with it) or "[!]begin~end" (*rangeMode 1, the second output is the end).
-// *inverseFlag is 1 for a leading "!", and is written even when the call then fails. Unlike for numbers, the LAST "~" or
-// "/" of the word divides it. A null word is refused as a match value, and not to be given to the others.
+// *inverseFlag is 1 for a leading "!", and is written even when the call then fails. Unlike for numbers, the LAST "~"
+// or "/" of the word divides it. A null word is refused as a match value, and not to be given to the others.
 #ifndef KXQOSCTL_ADDRESS_H
 #define KXQOSCTL_ADDRESS_H
 
