@@ -5,6 +5,8 @@
  *
  * There is one /dev/kxqos, so what the module holds is the same whatever FILE says; FILE is where the stand-in for
  * libkx keeps its half. The trace of both is collected by the module, which sees everything in order.
+ *
+ * It is also linked into the guest's transcript runner, without its main: there a start costs more than all it does.
  */
 #define _GNU_SOURCE
 #include "gateway.h"
@@ -24,23 +26,45 @@
 
 extern char **environ;
 
+/* What was asked for; the faults are those of calls. */
+static struct gateway_session session;
+static const char *state;
+static const char *trace;
+
+int launcher_begin(int argc, char **argv);
+void launcher_end(void);
+
 static _Noreturn void give_up(const char *what)
 {
     fprintf(stderr, "kxqos-rig: %s: %s\n", what, strerror(errno));
     exit(2);
 }
 
+static _Noreturn void bad_use(void)
+{
+    fprintf(stderr, "usage: kxqos-rig [--state FILE] [--trace FILE] [--fault RULE]... [--traffic N] [--] COMMAND "
+                    "[ARG...] | kxqos-rig [--state FILE] --reboot\n");
+    exit(2);
+}
+
+static int control_device(void)
+{
+    static int fd = -1;
+
+    if (fd < 0)
+        fd = open(CONTROL, O_RDWR | O_CLOEXEC);
+    if (fd < 0)
+        give_up(CONTROL);
+    return fd;
+}
+
 static void control(const char *command, const char *word)
 {
     char text[4096];
     const int length = snprintf(text, sizeof text, "%s%s", command, word);
-    const int fd = open(CONTROL, O_WRONLY | O_CLOEXEC);
 
-    if (fd < 0)
-        give_up(CONTROL);
-    if (length >= (int)sizeof text || write(fd, text, (size_t)length) != length)
+    if (length >= (int)sizeof text || write(control_device(), text, (size_t)length) != length)
         give_up(text);
-    close(fd);
 }
 
 static void open_state(struct store *store, const char *path)
@@ -49,7 +73,7 @@ static void open_state(struct store *store, const char *path)
         give_up(path);
 }
 
-static void reboot(const char *state)
+static void reboot(void)
 {
     struct store store;
 
@@ -59,7 +83,7 @@ static void reboot(const char *state)
     store_close(&store);
 }
 
-static void offer(const char *state, const char *packets)
+static void offer(const char *packets)
 {
     struct store store;
 
@@ -71,30 +95,109 @@ static void offer(const char *state, const char *packets)
 }
 
 /* Faults of calls strike in the stand-in for libkx, all others in the module. */
-static void add_fault(struct gateway_session *session, const char *rule)
+static void add_fault(const char *rule)
 {
-    struct gateway_fault *fault = &session->faults[session->fault_count];
-    const char *wrong = session->fault_count == GATEWAY_FAULTS ? "too many" : gateway_read_fault(rule, fault);
+    struct gateway_fault *fault = &session.faults[session.fault_count];
+    const char *wrong = session.fault_count == GATEWAY_FAULTS ? "too many" : gateway_read_fault(rule, fault);
 
     if (wrong != NULL) {
         fprintf(stderr, "kxqos-rig: --fault %s: %s\n", rule, wrong);
         exit(2);
     }
     if (fault->where == GATEWAY_CALL)
-        session->fault_count++;
+        session.fault_count++;
     else
         control("fault ", rule);
 }
 
-static void write_session(const struct gateway_session *session)
+static void write_session(void)
 {
     const int fd = open(SESSION, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
 
-    if (fd < 0 || write(fd, session, sizeof *session) != (ssize_t)sizeof *session)
+    if (fd < 0 || write(fd, &session, sizeof session) != (ssize_t)sizeof session)
         give_up(SESSION);
     close(fd);
 }
 
+static void fetch_trace(const char *path)
+{
+    static char buffer[1 << 16];
+    const int to = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    off_t have = 0;
+    ssize_t length;
+
+    if (to < 0)
+        give_up(path);
+    while ((length = pread(control_device(), buffer, sizeof buffer, have)) > 0) {
+        if (write(to, buffer, (size_t)length) != length)
+            give_up(path);
+        have += length;
+    }
+    if (length < 0)
+        give_up("the trace");
+    close(to);
+}
+
+static void obey(const char *option, const char *value)
+{
+    if (strcmp(option, "--state") == 0)
+        state = value;
+    else if (strcmp(option, "--trace") == 0)
+        trace = value;
+    else if (strcmp(option, "--fault") == 0)
+        add_fault(value);
+    else if (strcmp(option, "--traffic") == 0)
+        offer(value);
+    else
+        bad_use();
+}
+
+static void prepare_command(void)
+{
+    setenv(LAB_STATE, state, 1);
+    setenv(LAB_TRACE, CONTROL, 1);
+    unsetenv(LAB_SESSION);
+    if (session.fault_count != 0) {
+        write_session();
+        setenv(LAB_SESSION, SESSION, 1);
+    }
+}
+
+/* Does what the options say. Returns where the command begins; argc if there is none, after --reboot. */
+int launcher_begin(int argc, char **argv)
+{
+    int i = 1;
+
+    memset(&session, 0, sizeof session);
+    state = "/run/kxqos-rig.state";
+    trace = NULL;
+    control("begin", "");
+    for (; i < argc && strncmp(argv[i], "--", 2) == 0 && argv[i][2] != '\0'; i += 2) {
+        if (strcmp(argv[i], "--reboot") == 0) {
+            reboot();
+            return argc;
+        }
+        if (i + 1 == argc)
+            bad_use();
+        obey(argv[i], argv[i + 1]);
+    }
+    if (i < argc && strcmp(argv[i], "--") == 0)
+        i++;
+    if (i >= argc)
+        bad_use();
+    prepare_command();
+    return i;
+}
+
+/* After the command. */
+void launcher_end(void)
+{
+    if (trace != NULL)
+        fetch_trace(trace);
+    control("end", "");
+}
+
+#ifndef KXQOS_LAUNCHER_WITHIN
 static int run(char **command)
 {
     pid_t child;
@@ -110,69 +213,12 @@ static int run(char **command)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-static void fetch_trace(const char *path)
-{
-    static char buffer[1 << 16];
-    const int from = open(CONTROL, O_RDONLY | O_CLOEXEC);
-    const int to = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-    ssize_t length;
-
-    if (from < 0 || to < 0)
-        give_up(path);
-    while ((length = read(from, buffer, sizeof buffer)) > 0) {
-        if (write(to, buffer, (size_t)length) != length)
-            give_up(path);
-    }
-    if (length < 0)
-        give_up("the trace");
-    close(from);
-    close(to);
-}
-
 int main(int argc, char **argv)
 {
-    static struct gateway_session session;
-    const char *state = "/run/kxqos-rig.state";
-    const char *trace = NULL;
-    int i;
-    int status;
+    const int command = launcher_begin(argc, argv);
+    const int status = command == argc ? 0 : run(&argv[command]);
 
-    control("begin", "");
-    for (i = 1; i < argc && strncmp(argv[i], "--", 2) == 0 && argv[i][2] != '\0'; i += 2) {
-        if (strcmp(argv[i], "--reboot") == 0) {
-            reboot(state);
-            return 0;
-        }
-        if (i + 1 == argc)
-            break;
-        if (strcmp(argv[i], "--state") == 0)
-            state = argv[i + 1];
-        else if (strcmp(argv[i], "--trace") == 0)
-            trace = argv[i + 1];
-        else if (strcmp(argv[i], "--fault") == 0)
-            add_fault(&session, argv[i + 1]);
-        else if (strcmp(argv[i], "--traffic") == 0)
-            offer(state, argv[i + 1]);
-        else
-            break;
-    }
-    if (i < argc && strcmp(argv[i], "--") == 0)
-        i++;
-    if (i >= argc || argv[i][0] == '-') {
-        fprintf(stderr, "usage: kxqos-rig [--state FILE] [--trace FILE] [--fault RULE]... [--traffic N] [--] COMMAND "
-                        "[ARG...] | kxqos-rig [--state FILE] --reboot\n");
-        return 2;
-    }
-
-    setenv(LAB_STATE, state, 1);
-    setenv(LAB_TRACE, CONTROL, 1);
-    if (session.fault_count != 0) {
-        write_session(&session);
-        setenv(LAB_SESSION, SESSION, 1);
-    }
-    status = run(&argv[i]);
-    if (trace != NULL)
-        fetch_trace(trace);
-    control("end", "");
+    launcher_end();
     return status;
 }
+#endif
