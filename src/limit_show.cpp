@@ -85,7 +85,7 @@ static const char *mode_name(const kxqos_rl_t *pRule, char (&number)[4])
     return number;
 }
 
-static void show_both(void (*show_one)(const kxqos_rl_t *db, const char *mode))
+static void show_both(void (*show)(const kxqos_rl_t *db, const char *mode))
 {
     for (int upDir = 1; upDir >= 0; upDir--) {
         kxqos_rl_t db = {};
@@ -93,22 +93,28 @@ static void show_both(void (*show_one)(const kxqos_rl_t *db, const char *mode))
         if (get_rate_limit_db(&db) != 0)
             return;
         char number[4];
-        show_one(&db, mode_name(&db, number));
+        show(&db, mode_name(&db, number));
     }
+}
+
+static void show_one(const kxqos_rl_t *db, const char *mode)
+{
+    print("%s direction, mode %s \n", direction_name(db), mode);
+    dump_rate_limit_rule(db);
 }
 
 void show_rate_limit()
 {
-    show_both([](const kxqos_rl_t *db, const char *mode) {
-        print("%s direction, mode %s \n", direction_name(db), mode);
-        dump_rate_limit_rule(db);
-    });
+    show_both(show_one);
+}
+
+static void show_one_cfg(const kxqos_rl_t *db, const char *mode)
+{
+    print("limit %s mode %s\n", direction_name(db), mode);
+    dump_rate_limit_cfg(db);
 }
 
 void show_rate_limit_cfg()
 {
-    show_both([](const kxqos_rl_t *db, const char *mode) {
-        print("limit %s mode %s\n", direction_name(db), mode);
-        dump_rate_limit_cfg(db);
-    });
+    show_both(show_one_cfg);
 }

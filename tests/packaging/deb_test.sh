@@ -17,7 +17,7 @@ same() {
 # The sources alone, in a folder of their own.
 copy_tree() {
     mkdir -p "$1"
-    (cd "$tree" && cp -r CMakeLists.txt cmake completions docs include lab packaging src tools "$1")
+    (cd "$tree" && cp -r CMakeLists.txt cmake completions docs include lab packaging scripts src tools "$1")
 }
 
 # Folders, time zones, languages and umasks differ.
