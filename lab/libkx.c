@@ -11,7 +11,7 @@
 
 struct call {
     struct visit visit;
-    struct library *library; /* to be changed; in force when the call ends */
+    struct library *state; /* to be changed; in force when the call ends */
     const struct gateway_fault *fault;
     libkx_retCode_t result;
 };
@@ -23,7 +23,7 @@ static bool begin(struct call *call, const char *function)
         printf("libkx: %s\n", function);
     if (!visit_begin(&call->visit))
         return false;
-    call->library = &store_begin(&call->visit.store)->library;
+    call->state = &store_begin(&call->visit.store)->library;
     call->fault = gateway_call(call->visit.session, function, &call->visit.line);
     call->result = LIBKX_RET_FAIL;
     return true;
@@ -136,7 +136,7 @@ static void set_limit(struct call *call, const struct library_limit *limit, uint
     add_number(call, enable);
     add_number(call, limit->rate);
     if (works(call))
-        call->result = library_set_limit(call->library, limit, enable);
+        call->result = library_set_limit(call->state, limit, enable);
 }
 
 libkx_retCode_t libkx_switchApi_ipv4SetRateLimit(uint32_t ipMin, uint32_t ipMax, uint32_t direction, uint32_t enable,
@@ -232,7 +232,7 @@ libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t 
     add_number(&call, flow);
     add_number(&call, counter);
     if (works(&call))
-        call.result = library_flow_get(call.library, flow, counter, &traffic);
+        call.result = library_flow_get(call.state, flow, counter, &traffic);
     give(&call, &traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
     return finish(&call);
 }
@@ -246,7 +246,7 @@ libkx_retCode_t libkx_qos_OSGI_clearCounterByFlow(int flow, int counter)
     add_number(&call, flow);
     add_number(&call, counter);
     if (works(&call))
-        call.result = library_flow_clear(call.library, flow, counter);
+        call.result = library_flow_clear(call.state, flow, counter);
     return finish(&call);
 }
 
@@ -267,7 +267,7 @@ libkx_retCode_t libkx_qos_hostEntryAdd(int host, const unsigned char *mac, int s
     add_number(&call, *counter);
     memcpy(wanted.mac, mac, sizeof wanted.mac);
     if (works(&call))
-        call.result = library_host_add(call.library, host, &wanted, bucket, counter);
+        call.result = library_host_add(call.state, host, &wanted, bucket, counter);
     replace_int(&call, 0, bucket);
     replace_int(&call, 1, counter);
     return finish(&call);
@@ -284,7 +284,7 @@ libkx_retCode_t libkx_qos_hostEntryDel(int host, const unsigned char *mac, int *
     add_number(&call, *bucket);
     add_number(&call, *counter);
     if (works(&call))
-        call.result = library_host_delete(call.library, host, mac);
+        call.result = library_host_delete(call.state, host, mac);
     replace_int(&call, 0, bucket);
     replace_int(&call, 1, counter);
     return finish(&call);
@@ -301,7 +301,7 @@ libkx_retCode_t libkx_qos_hostCounterGet(int host, int counter, uint64_t *upPkts
     add_number(&call, host);
     add_number(&call, counter);
     if (works(&call))
-        call.result = library_host_get(call.library, host, counter, &traffic);
+        call.result = library_host_get(call.state, host, counter, &traffic);
     give(&call, &traffic, upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
     return finish(&call);
 }
@@ -315,7 +315,7 @@ libkx_retCode_t libkx_qos_hostCounterClear(int host, int counter)
     add_number(&call, host);
     add_number(&call, counter);
     if (works(&call))
-        call.result = library_host_clear(call.library, host, counter);
+        call.result = library_host_clear(call.state, host, counter);
     return finish(&call);
 }
 
@@ -329,7 +329,7 @@ libkx_retCode_t libkx_netApi_getWanStats(const char *ifName, uint64_t *upPkt, ui
         return LIBKX_RET_FAIL;
     add_words(&call, ifName);
     if (works(&call))
-        call.result = library_wan_get(call.library, ifName, &traffic);
+        call.result = library_wan_get(call.state, ifName, &traffic);
     if (call.result == LIBKX_RET_OK) {
         *upPkt = traffic.up_packets;
         *upBytes = traffic.up_bytes;
@@ -353,7 +353,7 @@ libkx_retCode_t libkx_netApi_setWanRateLimit(const char *ifName, uint32_t upLimi
     add_number(&call, upLimit);
     add_number(&call, downLimit);
     if (works(&call))
-        call.result = library_wan_set_limit(call.library, ifName, upLimit, downLimit);
+        call.result = library_wan_set_limit(call.state, ifName, upLimit, downLimit);
     return finish(&call);
 }
 
@@ -367,7 +367,7 @@ libkx_retCode_t libkx_qos_create_counter(int *counterID)
         return LIBKX_RET_FAIL;
     add_number(&call, *counterID);
     if (works(&call))
-        call.result = library_create_counter(call.library, counterID);
+        call.result = library_create_counter(call.state, counterID);
     replace_int(&call, 0, counterID);
     return finish(&call);
 }
@@ -379,7 +379,7 @@ int libkx_qos_is_counter_created(int counterID)
     if (!begin(&call, __func__))
         return 0;
     add_number(&call, counterID);
-    return end(&call, works(&call) ? library_has_counter(call.library, counterID) : LIBKX_RET_FAIL);
+    return end(&call, works(&call) ? library_has_counter(call.state, counterID) : LIBKX_RET_FAIL);
 }
 
 libkx_retCode_t libkx_qos_get_counter(int counterID, uint64_t *pkts, uint64_t *bytes, uint32_t *speed)
@@ -391,7 +391,7 @@ libkx_retCode_t libkx_qos_get_counter(int counterID, uint64_t *pkts, uint64_t *b
         return LIBKX_RET_FAIL;
     add_number(&call, counterID);
     if (works(&call))
-        call.result = library_get_counter(call.library, counterID, &traffic);
+        call.result = library_get_counter(call.state, counterID, &traffic);
     if (call.result == LIBKX_RET_OK) {
         *pkts = traffic.up_packets;
         *bytes = traffic.up_bytes;
@@ -411,7 +411,7 @@ libkx_retCode_t libkx_qos_clear_counter(int counterID)
         return LIBKX_RET_FAIL;
     add_number(&call, counterID);
     if (works(&call))
-        call.result = library_clear_counter(call.library, counterID);
+        call.result = library_clear_counter(call.state, counterID);
     return finish(&call);
 }
 
@@ -423,7 +423,7 @@ libkx_retCode_t libkx_qos_delete_counter(int counterID)
         return LIBKX_RET_FAIL;
     add_number(&call, counterID);
     if (works(&call))
-        call.result = library_delete_counter(call.library, counterID);
+        call.result = library_delete_counter(call.state, counterID);
     return finish(&call);
 }
 
@@ -438,7 +438,7 @@ libkx_retCode_t libkx_qos_create_bucket(int *bucketID, uint32_t rate)
     add_number(&call, *bucketID);
     add_number(&call, rate);
     if (works(&call))
-        call.result = library_create_bucket(call.library, bucketID, rate);
+        call.result = library_create_bucket(call.state, bucketID, rate);
     replace_int(&call, 0, bucketID);
     return finish(&call);
 }
@@ -450,7 +450,7 @@ int libkx_qos_is_bucket_created(int bucketID)
     if (!begin(&call, __func__))
         return 0;
     add_number(&call, bucketID);
-    return end(&call, works(&call) ? library_has_bucket(call.library, bucketID) : LIBKX_RET_FAIL);
+    return end(&call, works(&call) ? library_has_bucket(call.state, bucketID) : LIBKX_RET_FAIL);
 }
 
 libkx_retCode_t libkx_qos_get_bucket(int bucketID, uint32_t *rate)
@@ -461,7 +461,7 @@ libkx_retCode_t libkx_qos_get_bucket(int bucketID, uint32_t *rate)
         return LIBKX_RET_FAIL;
     add_number(&call, bucketID);
     if (works(&call))
-        call.result = library_get_bucket(call.library, bucketID, rate);
+        call.result = library_get_bucket(call.state, bucketID, rate);
     replace_u32(&call, 0, rate);
     return finish(&call);
 }
@@ -475,7 +475,7 @@ libkx_retCode_t libkx_qos_set_bucket(int bucketID, uint32_t rate)
     add_number(&call, bucketID);
     add_number(&call, rate);
     if (works(&call))
-        call.result = library_set_bucket(call.library, bucketID, rate);
+        call.result = library_set_bucket(call.state, bucketID, rate);
     return finish(&call);
 }
 
@@ -487,7 +487,7 @@ libkx_retCode_t libkx_qos_delete_bucket(int bucketID)
         return LIBKX_RET_FAIL;
     add_number(&call, bucketID);
     if (works(&call))
-        call.result = library_delete_bucket(call.library, bucketID);
+        call.result = library_delete_bucket(call.state, bucketID);
     return finish(&call);
 }
 
@@ -501,7 +501,7 @@ libkx_retCode_t libkx_qos_add_rule(libkx_qos_rule_s *rule)
         return LIBKX_RET_FAIL;
     add_rule(&call, rule);
     if (works(&call))
-        call.result = library_add_rule(call.library, rule);
+        call.result = library_add_rule(call.state, rule);
     return finish(&call);
 }
 
@@ -513,7 +513,7 @@ libkx_retCode_t libkx_qos_get_rule(libkx_qos_rule_s *rule)
         return LIBKX_RET_FAIL;
     add_rule(&call, rule);
     if (works(&call))
-        call.result = library_get_rule(call.library, rule);
+        call.result = library_get_rule(call.state, rule);
     replace_rule(&call, rule);
     return finish(&call);
 }
@@ -527,7 +527,7 @@ libkx_retCode_t libkx_qos_delete_rule(uint16_t profileID, uint16_t ruleID)
     add_number(&call, profileID);
     add_number(&call, ruleID);
     if (works(&call))
-        call.result = library_delete_rule(call.library, profileID, ruleID);
+        call.result = library_delete_rule(call.state, profileID, ruleID);
     return finish(&call);
 }
 
@@ -539,7 +539,7 @@ libkx_retCode_t libkx_qos_get_next_rule(libkx_qos_rule_s *rule)
         return LIBKX_RET_FAIL;
     add_rule(&call, rule);
     if (works(&call))
-        call.result = library_next_rule(call.library, rule);
+        call.result = library_next_rule(call.state, rule);
     replace_rule(&call, rule);
     return finish(&call);
 }
