@@ -2,17 +2,11 @@
 # The Debian packages: built twice from scratch, the same bytes; lintian finds no error; installed, tried, and purged.
 # shellcheck disable=SC2317 # cleanup is called by trap
 set -u
+# shellcheck source=tests/same.sh
+. "$(dirname "$0")/../same.sh"
 tree=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-failures=0
-
-# same WHAT WANTED GOT
-same() {
-    [ "$2" = "$3" ] && return
-    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
-    failures=$((failures + 1))
-}
 
 # The sources alone, in a folder of their own.
 copy_tree() {

@@ -1,17 +1,11 @@
 #!/bin/sh
 # cmake --install of a build, below DESTDIR and with another prefix: install_test.sh BUILD
 set -u
+# shellcheck source=tests/same.sh
+. "$(dirname "$0")/../same.sh"
 build=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-failures=0
-
-# same WHAT WANTED GOT
-same() {
-    [ "$2" = "$3" ] && return
-    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
-    failures=$((failures + 1))
-}
 
 DESTDIR=$work/root cmake --install "$build" --prefix /opt/kx >/dev/null || exit
 same 'outside the prefix' opt/kx "$(cd "$work/root" && echo */*)"

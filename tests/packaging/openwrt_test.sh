@@ -3,18 +3,12 @@
 # its steps, with the cross compiler where there is one. And the init script, with rc.common's part played.
 # shellcheck disable=SC2317 # the functions are called by the init script
 set -u
+# shellcheck source=tests/same.sh
+. "$(dirname "$0")/../same.sh"
 tree=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit
-failures=0
-
-# same WHAT WANTED GOT
-same() {
-    [ "$2" = "$3" ] && return
-    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
-    failures=$((failures + 1))
-}
 
 if command -v aarch64-linux-gnu-g++ >/dev/null; then
     machine=AArch64
