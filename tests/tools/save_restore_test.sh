@@ -368,30 +368,38 @@ kxqos-restore: while clearing: something is still configured: configuration show
 
 # Runs inside the gateway. Saves two configurations in turn and kills each save a little later than the one before. The
 # file is always one of the two, whole; which one is not asked, because the mv of a killed save may still be on its way.
+# So the file is opened once, for a copy: it may be the other one when it is opened again.
 kill_saves() {
     kxqosctl qos disable && kxqosctl configuration show >disable.cfg
     kxqosctl qos enable && kxqosctl configuration show >enable.cfg
     killed=0
     i=0
+    # Every save and what it starts holds this pipe open, so that its end is the end of all of them.
+    mkfifo saves
+    cat saves &
+    reader=$!
+    exec 9>saves
     while [ $i -lt 40 ]; do
         [ $((i % 2)) -eq 0 ] && state=disable || state=enable
         kxqosctl qos $state
         $ASH "$TOOLS/kxqos-save" saved.cfg &
-        sleep "0.$(printf %03d $((i * 4)))"
+        sleep "0.$(printf %03d $((i * i / 10)))"
         kill -9 $! 2>/dev/null
         wait $!
         [ $? -ne 137 ] || killed=$((killed + 1))
-        cmp -s saved.cfg disable.cfg || cmp -s saved.cfg enable.cfg || {
+        cat saved.cfg >seen.cfg
+        cmp -s seen.cfg disable.cfg || cmp -s seen.cfg enable.cfg || {
             echo "save $i left something else:"
-            cat saved.cfg
+            cat seen.cfg
             return 1
         }
         i=$((i + 1))
     done
     kxqosctl qos disable
     $ASH "$TOOLS/kxqos-save" saved.cfg || return
-    # A mv that is still on its way is soon there.
-    sleep 0.2
+    # The mv of a killed save may still be on its way.
+    exec 9>&-
+    wait $reader
     kxqosctl qos enable
     $ASH "$TOOLS/kxqos-save" saved.cfg && cmp saved.cfg enable.cfg || return
     echo "$killed of 40 saves were killed before their end"
