@@ -7,7 +7,7 @@
 
 struct menu_row {
     char name[14];
-    char description[51];
+    char description[50];
 };
 
 // queue, puredscpremark, fine-classifi and test are accepted, but left out here: meant.
