@@ -355,11 +355,10 @@ static int run(char **words)
 
 static void offer(struct store *store, uint32_t packets)
 {
-    struct state *state = store_begin(store);
-
-    model_offer(&state->module, packets);
-    library_offer(&state->library, packets);
-    store_commit(store);
+    model_offer(store_begin(store, STORE_MODULE), packets);
+    store_commit(store, STORE_MODULE);
+    library_offer(store_begin(store, STORE_LIBRARY), packets);
+    store_commit(store, STORE_LIBRARY);
 }
 
 static int run_in_lab(const struct options *options, struct store *store, const char *state)
@@ -390,10 +389,10 @@ int main(int argc, char **argv)
         store_reset(&store);
         break;
     case show_status:
-        print_status(store_current(&store));
+        print_status(store_current(&store, STORE_MODULE), store_current(&store, STORE_LIBRARY));
         break;
     case show_log:
-        print_log(&store_current(&store)->module);
+        print_log(store_current(&store, STORE_MODULE));
         break;
     default:
         return run_in_lab(&options, &store, state);

@@ -23,7 +23,7 @@ static bool begin(struct call *call, const char *function)
         printf("libkx: %s\n", function);
     if (!visit_begin(&call->visit))
         return false;
-    call->state = &store_begin(&call->visit.store)->library;
+    call->state = store_begin(&call->visit.store, STORE_LIBRARY);
     call->fault = gateway_call(call->visit.session, function, &call->visit.line);
     call->result = LIBKX_RET_FAIL;
     return true;
@@ -43,7 +43,7 @@ static int end(struct call *call, int result)
         result = LIBKX_RET_OK;
     if (fault != NULL && fault->has_result)
         result = fault->result;
-    store_commit(&call->visit.store);
+    store_commit(&call->visit.store, STORE_LIBRARY);
     gateway_call_result(result, &call->visit.line);
     visit_end(&call->visit);
     return result;

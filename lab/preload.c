@@ -114,14 +114,15 @@ static int open_device(int flags, mode_t mode)
 static int carry_out(struct visit *visit, uint32_t request, void *payload)
 {
     const bool changes = model_changes(request);
-    struct state *state = changes ? store_begin(&visit->store) : store_current(&visit->store);
+    struct store *store = &visit->store;
+    struct model *model = changes ? store_begin(store, STORE_MODULE) : store_current(store, STORE_MODULE);
     bool killed = false;
-    const int result = gateway_request(visit->session, &state->module, request, payload, &visit->line, &killed);
+    const int result = gateway_request(visit->session, model, request, payload, &visit->line, &killed);
 
     if (killed)
         kill(getpid(), SIGKILL);
     if (changes)
-        store_commit(&visit->store);
+        store_commit(store, STORE_MODULE);
     return result;
 }
 

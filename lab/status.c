@@ -211,10 +211,10 @@ static void print_library(const struct library *library)
     print_library_numbers(library);
 }
 
-void print_status(const struct state *state)
+void print_status(const struct model *module, const struct library *library)
 {
-    print_module(&state->module);
-    print_library(&state->library);
+    print_module(module);
+    print_library(library);
 }
 
 void print_log(const struct model *module)

@@ -4,7 +4,7 @@
 
 #include "store.h"
 
-void print_status(const struct state *state);
+void print_status(const struct model *module, const struct library *library);
 void print_log(const struct model *module);
 
 #endif

@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 /* To be raised when a record changes its meaning but not its size. */
-enum { version = 1 };
+enum { version = 2 };
 
-static const struct store_header new_header = {"kxqos-lab state", version, sizeof(struct store_file), 0, {0}};
+static const struct store_header new_header = {"kxqos-lab state", version, sizeof(struct store_file), {0}, {0}};
 
 /* Descriptors 0 to 2 may be closed; what is then written to them must not land in the file. */
 static int above_standard(int fd)
@@ -36,7 +36,7 @@ static bool lock(int fd)
 static bool is_ours(const struct store_header *header)
 {
     return memcmp(header->magic, new_header.magic, sizeof header->magic) == 0 && header->version == version &&
-           header->size == new_header.size && header->active <= 2;
+           header->size == new_header.size && header->active[STORE_MODULE] <= 2 && header->active[STORE_LIBRARY] <= 2;
 }
 
 /* Makes a state file of an empty one. The header comes first, so that a file cut short by a kill is known as ours. */
@@ -61,6 +61,34 @@ static bool prepare(int fd)
     return status.st_size != (off_t)sizeof header || ftruncate(fd, sizeof(struct store_file)) == 0;
 }
 
+/* The place of the image in force, and of the other. */
+static uint32_t place(const struct store *store, enum store_half half)
+{
+    return store->file->header.active[half] == 2 ? 1 : 0;
+}
+
+static uint32_t spare(const struct store *store, enum store_half half)
+{
+    return store->file->header.active[half] == 1 ? 1 : 0;
+}
+
+static void put_in_force(struct store *store, enum store_half half, uint32_t image)
+{
+    __atomic_store_n(&store->file->header.active[half], image, __ATOMIC_RELEASE);
+}
+
+/* Makes a half that was just switched on what it is at first. */
+static void switch_on(struct store *store, enum store_half half)
+{
+    if (store->file->header.active[half] != 0)
+        return;
+    if (half == STORE_MODULE)
+        model_init(&store->file->modules[0]);
+    else
+        library_init(&store->file->libraries[0]);
+    put_in_force(store, half, 1);
+}
+
 bool store_open(struct store *store, const char *path)
 {
     void *mapping = MAP_FAILED;
@@ -78,10 +106,8 @@ bool store_open(struct store *store, const char *path)
         return false;
     }
     store->file = mapping;
-    if (store->file->header.active == 0) {
-        store_begin(store);
-        store_commit(store);
-    }
+    switch_on(store, STORE_MODULE);
+    switch_on(store, STORE_LIBRARY);
     return true;
 }
 
@@ -92,38 +118,31 @@ void store_close(struct store *store)
     close(store->fd);
 }
 
-struct state *store_current(struct store *store)
+void *store_current(struct store *store, enum store_half half)
 {
-    return &store->file->images[store->file->header.active - 1];
+    struct store_file *file = store->file;
+
+    return half == STORE_MODULE ? (void *)&file->modules[place(store, half)] : &file->libraries[place(store, half)];
 }
 
-/* The place of the image that is not in force. */
-static uint32_t spare(const struct store *store)
+void *store_begin(struct store *store, enum store_half half)
 {
-    return store->file->header.active == 1 ? 1 : 0;
+    struct store_file *file = store->file;
+
+    if (half == STORE_MODULE)
+        return memcpy(&file->modules[spare(store, half)], store_current(store, half), sizeof file->modules[0]);
+    return memcpy(&file->libraries[spare(store, half)], store_current(store, half), sizeof file->libraries[0]);
 }
 
-struct state *store_begin(struct store *store)
+void store_commit(struct store *store, enum store_half half)
 {
-    struct state *copy = &store->file->images[spare(store)];
-
-    if (store->file->header.active == 0) {
-        model_init(&copy->module);
-        library_init(&copy->library);
-    } else {
-        memcpy(copy, store_current(store), sizeof *copy);
-    }
-    return copy;
-}
-
-void store_commit(struct store *store)
-{
-    __atomic_store_n(&store->file->header.active, spare(store) + 1, __ATOMIC_RELEASE);
+    put_in_force(store, half, spare(store, half) + 1);
 }
 
 void store_reset(struct store *store)
 {
-    __atomic_store_n(&store->file->header.active, 0, __ATOMIC_RELEASE);
-    store_begin(store);
-    store_commit(store);
+    put_in_force(store, STORE_MODULE, 0);
+    put_in_force(store, STORE_LIBRARY, 0);
+    switch_on(store, STORE_MODULE);
+    switch_on(store, STORE_LIBRARY);
 }

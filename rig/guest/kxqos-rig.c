@@ -89,8 +89,8 @@ static void offer(const char *packets)
 
     control("traffic ", packets);
     open_state(&store, state);
-    library_offer(&store_begin(&store)->library, (uint32_t)strtoul(packets, NULL, 10));
-    store_commit(&store);
+    library_offer(store_begin(&store, STORE_LIBRARY), (uint32_t)strtoul(packets, NULL, 10));
+    store_commit(&store, STORE_LIBRARY);
     store_close(&store);
 }
 

@@ -165,8 +165,11 @@ static void restore_memory(void)
         memcpy(regions[i].start, regions[i].copy, regions[i].size);
 }
 
+/* The words of a line, and the variables of the lab, which a job has too. */
 static void warm_up_with(const char *line)
 {
+    char *end;
+
     memset(&job, 0, sizeof job.head);
     for (size_t i = 0; i < sizeof job.head.open; i++) {
         job.head.open[i] = 1;
@@ -178,10 +181,30 @@ static void warm_up_with(const char *line)
             *blank++ = '\0';
         job.head.words++;
     }
+    end = job.text + strlen(line) + 1;
+    for (char **variable = environ; *variable != NULL; variable++) {
+        if (strncmp(*variable, "KXQOS_LAB_", 10) == 0) {
+            end = stpcpy(end, *variable) + 1;
+            job.head.variables++;
+        }
+    }
     keep_memory();
     run();
     fflush(NULL);
     restore_memory();
+}
+
+/* The list of variables comes from the stack, and putenv may change it in place. */
+static void move_environment(void)
+{
+    static char *variables[256];
+
+    for (size_t i = 0; environ[i] != NULL; i++) {
+        if (i + 1 == sizeof variables / sizeof variables[0])
+            give_up("too many variables");
+        variables[i] = environ[i];
+    }
+    environ = variables;
 }
 
 static void warm_up(const char *path)
@@ -189,6 +212,7 @@ static void warm_up(const char *path)
     char *line;
     char *next;
 
+    move_environment();
     find_regions();
     for (line = contents(path); (next = strchr(line, '\n')) != NULL; line = next) {
         *next++ = '\0';
@@ -231,7 +255,10 @@ static int serve(int argc, char **argv, char **variables)
         if (child == 0) {
             close(listener);
             close(connection);
-            exit(run());
+            /* As a program ends that left exit nothing to do but this; it is translated by then. */
+            status = run();
+            fflush(NULL);
+            _exit(status);
         }
         close_received();
         while (waitpid(child, &status, 0) < 0 && errno == EINTR)
