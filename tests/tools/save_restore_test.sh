@@ -4,6 +4,7 @@
 #   GATEWAY   the launcher, and the options that name its state   (kxqos-lab --state FILE)
 #   TOOLS     the folder of the two scripts                       (tools/ of this tree)
 #   ASH       the shell that runs them                            (busybox sh)
+#   SAVES     how many saves are killed, each a little later      (40)
 #
 # kxqosctl and the launcher are found in PATH. Runs in the ash of busybox, with nothing that busybox has not.
 # shellcheck disable=SC2086 # GATEWAY and ASH are lists of words
@@ -12,6 +13,7 @@ set -u
 here=$(cd "$(dirname "$0")" && pwd)
 TOOLS=${TOOLS-$here/../../tools}
 ASH=${ASH-busybox sh}
+SAVES=${SAVES-40}
 work=$(mktemp -d)
 GATEWAY=${GATEWAY-kxqos-lab --state $work/state}
 trap 'rm -rf "$work"' EXIT
@@ -375,15 +377,15 @@ kill_saves() {
     killed=0
     i=0
     # Every save and what it starts holds this pipe open, so that its end is the end of all of them.
-    mkfifo saves
-    cat saves &
+    mkfifo alive
+    cat alive &
     reader=$!
-    exec 9>saves
-    while [ $i -lt 40 ]; do
+    exec 9>alive
+    while [ $i -lt "$SAVES" ]; do
         [ $((i % 2)) -eq 0 ] && state=disable || state=enable
         kxqosctl qos $state
         $ASH "$TOOLS/kxqos-save" saved.cfg &
-        sleep "0.$(printf %03d $((i * i / 10)))"
+        sleep "0.$(printf %03d $((i * i * 160 / (SAVES * SAVES))))"
         kill -9 $! 2>/dev/null
         wait $!
         [ $? -ne 137 ] || killed=$((killed + 1))
@@ -402,16 +404,16 @@ kill_saves() {
     wait $reader
     kxqosctl qos enable
     $ASH "$TOOLS/kxqos-save" saved.cfg && cmp saved.cfg enable.cfg || return
-    echo "$killed of 40 saves were killed before their end"
+    echo "$killed of $SAVES saves were killed before their end"
     [ $killed -gt 0 ]
 }
 
 killed_while_saving() {
     restore full.cfg
     cp full.cfg saved.cfg
-    export ASH TOOLS
+    export ASH TOOLS SAVES
     inside sh "$here/save_restore_test.sh" --inside "$work" 2>&1 | grep -v Killed >killing
-    same 'killed' 1 "$(grep -c '^[0-9]* of 40 saves were killed before their end$' killing)"
+    same 'killed' 1 "$(grep -c '^[0-9]* of [0-9]* saves were killed before their end$' killing)"
     cat killing
 }
 
