@@ -7,6 +7,9 @@ foreach(target kxqosctl_rooms kxqosctl kx kxqos-lab-preload kxqos-lab)
 endforeach()
 
 install(TARGETS kxqosctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+# The installed tool looks for its library where the loader looks for every library.
+install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/kxqosctl\")"
+        COMPONENT tool)
 install(PROGRAMS tools/kxqos-save tools/kxqos-restore DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 install(FILES completions/kxqosctl.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME kxqosctl COMPONENT tool)

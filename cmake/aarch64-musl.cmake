@@ -1,10 +1,10 @@
 # The 64-bit Arm gateway whose C library is musl, still with Debian's cross compiler.
-# rig/fetch has to be run first: it leaves musl's headers, library and link specs in build/rig-cache.
+# rig/musl runs rig/fetch first: that leaves musl's headers, library and link specs in build/rig-cache.
 include(${CMAKE_CURRENT_LIST_DIR}/aarch64.cmake)
 
 get_filename_component(cache "${CMAKE_CURRENT_LIST_DIR}/../build/rig-cache" ABSOLUTE)
 if(NOT EXISTS "${cache}/musl.specs")
-  message(FATAL_ERROR "musl is not there: run rig/fetch")
+  message(FATAL_ERROR "musl is not there: run rig/fetch build/rig-cache")
 endif()
 
 # A trial program of CMake's would be linked by the C++ driver, whose library is made for glibc; nothing here is.

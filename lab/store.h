@@ -1,7 +1,8 @@
 /* The state file: what the module and the library hold, shared by every process of the lab.
  *
  * A change of either is made on a copy and then put in force by one store, so that a process killed at any moment
- * leaves the state before or the state after. The lock is the kernel's and ends with the process.
+ * leaves the state before or the state after. (To forget everything is a change of the one and then of the other.) The
+ * lock is the kernel's and ends with the process.
  */
 #ifndef LAB_STORE_H
 #define LAB_STORE_H

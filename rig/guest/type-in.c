@@ -4,7 +4,8 @@
  * type-in PROGRAM OTHER <COMMANDS: prints too how many times as long PROGRAM takes as OTHER with the same words. The
  * two take turns, so that a busy moment of the machine hits both.
  *
- * type-in --at-once PROGRAM <COMMANDS: starts them all before it waits for any, and keeps what they print.
+ * type-in --at-once PROGRAM <COMMANDS: starts them all before it waits for any. What they print is not hidden; it does
+ * not say which fail.
  */
 #define _GNU_SOURCE
 #include <fcntl.h>

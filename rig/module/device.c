@@ -7,6 +7,8 @@
  *     begin            from here on there is a trace, with nothing in it yet, and no faults
  *     fault RULE       adds a fault; lab/README.md tells how it is written
  *     end              no trace and no faults from here on
+ *     hold             requests to /dev/kxqos wait from here on
+ *     release          for this
  *     call ...         a line for the trace, from the stand-in for libkx
  *
  * and reading from it gives the trace.
@@ -21,6 +23,7 @@
 #include <linux/slab.h>
 #include <linux/uaccess.h>
 #include <linux/vmalloc.h>
+#include <linux/wait.h>
 
 enum { TRACE_MAX = 16 << 20, COMMAND_MAX = 4096 };
 
@@ -35,6 +38,9 @@ static size_t trace_length;
 static bool traced;
 static bool trace_overrun;
 static uint64_t payload[(MODEL_PAYLOAD_MAX + 7) / 8];
+
+static DECLARE_WAIT_QUEUE_HEAD(gate);
+static bool held;
 
 static void add_to_trace(const char *text, size_t length)
 {
@@ -99,6 +105,8 @@ static long device_ioctl(struct file *file, unsigned int request, unsigned long 
 {
     long result;
 
+    if (wait_event_killable(gate, !READ_ONCE(held)) != 0)
+        return -EINTR;
     mutex_lock(&lock);
     result = carry_out(file, request, (void __user *)argument);
     mutex_unlock(&lock);
@@ -128,6 +136,12 @@ static void start_session(bool with_trace)
     trace_length = 0;
     trace_overrun = false;
     traced = with_trace;
+}
+
+static void hold(bool on)
+{
+    WRITE_ONCE(held, on);
+    wake_up_all(&gate);
 }
 
 static int add_fault(const char *rule)
@@ -160,6 +174,10 @@ static int obey(char *command, size_t length)
         start_session(true);
     else if (strcmp(command, "end") == 0)
         start_session(false);
+    else if (strcmp(command, "hold") == 0)
+        hold(true);
+    else if (strcmp(command, "release") == 0)
+        hold(false);
     else if (strncmp(command, "fault ", 6) == 0)
         return add_fault(command + 6);
     else if (strncmp(command, "traffic ", 8) == 0)

@@ -29,9 +29,11 @@ typedef int main_function(int, char **, char **);
 extern char **environ;
 static main_function *program;
 
+static int errors = STDERR_FILENO; /* moved up before the descriptors of a job take its place */
+
 static _Noreturn void give_up(const char *what)
 {
-    dprintf(STDERR_FILENO, "resident: %s: %s\n", what, strerror(errno));
+    dprintf(errors, "resident: %s: %s\n", what, strerror(errno));
     _exit(126);
 }
 
@@ -239,6 +241,7 @@ static int serve(int argc, char **argv, char **variables)
     int listener;
 
     (void)argc, (void)argv, (void)variables;
+    errors = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
     warm_up(getenv("KXQOS_RIG_WARM_UP"));
     listener = listen_at(getenv("KXQOS_RIG_SOCKET"));
     for (;;) {
@@ -255,7 +258,9 @@ static int serve(int argc, char **argv, char **variables)
         if (child == 0) {
             close(listener);
             close(connection);
-            /* As a program ends that left exit nothing to do but this; it is translated by then. */
+            close(errors);
+            /* What exit would do too, for a program that has left it nothing else. The warm-up goes the same way, so
+             * that it is translated already; exit itself would be translated anew each time. */
             status = run();
             fflush(NULL);
             _exit(status);

@@ -30,6 +30,9 @@ done
 for binary in bin/kxqosctl bin/kxqos-lab lib/kxqos-lab/libkx.so lib/kxqos-lab/libkxqos-lab.so; do
     same "RUNPATH of $binary" '' "$(readelf -d $binary | grep -e RUNPATH -e RPATH)"
 done
+# What is built looks beside itself, and never in the folder that it is run in.
+same 'RUNPATH in the build folder' "[\$ORIGIN]" \
+    "$(readelf -d "$build/kxqosctl" | sed -n 's/.*runpath: //p')"
 # The lab finds its libraries; the tool is found beside it.
 bin/kxqos-lab --state "$work/state" -- kxqosctl bucket 7 rate 1024
 same 'in the lab' 'bucket 7 rate 1024' \
