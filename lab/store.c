@@ -61,20 +61,20 @@ static bool prepare(int fd)
     return status.st_size != (off_t)sizeof header || ftruncate(fd, sizeof(struct store_file)) == 0;
 }
 
-/* The place of the image in force, and of the other. */
+static void *image(struct store *store, enum store_half half, uint32_t place)
+{
+    return half == STORE_MODULE ? (void *)&store->file->modules[place] : &store->file->libraries[place];
+}
+
+/* The place of the image in force, of an open file; the other one is spare. */
 static uint32_t place(const struct store *store, enum store_half half)
 {
-    return store->file->header.active[half] == 2 ? 1 : 0;
+    return store->file->header.active[half] - 1;
 }
 
-static uint32_t spare(const struct store *store, enum store_half half)
+static void put_in_force(struct store *store, enum store_half half, uint32_t active)
 {
-    return store->file->header.active[half] == 1 ? 1 : 0;
-}
-
-static void put_in_force(struct store *store, enum store_half half, uint32_t image)
-{
-    __atomic_store_n(&store->file->header.active[half], image, __ATOMIC_RELEASE);
+    __atomic_store_n(&store->file->header.active[half], active, __ATOMIC_RELEASE);
 }
 
 /* Makes a half that was just switched on what it is at first. */
@@ -83,9 +83,9 @@ static void switch_on(struct store *store, enum store_half half)
     if (store->file->header.active[half] != 0)
         return;
     if (half == STORE_MODULE)
-        model_init(&store->file->modules[0]);
+        model_init(image(store, half, 0));
     else
-        library_init(&store->file->libraries[0]);
+        library_init(image(store, half, 0));
     put_in_force(store, half, 1);
 }
 
@@ -120,23 +120,19 @@ void store_close(struct store *store)
 
 void *store_current(struct store *store, enum store_half half)
 {
-    struct store_file *file = store->file;
-
-    return half == STORE_MODULE ? (void *)&file->modules[place(store, half)] : &file->libraries[place(store, half)];
+    return image(store, half, place(store, half));
 }
 
 void *store_begin(struct store *store, enum store_half half)
 {
-    struct store_file *file = store->file;
+    const size_t size = half == STORE_MODULE ? sizeof(struct model) : sizeof(struct library);
 
-    if (half == STORE_MODULE)
-        return memcpy(&file->modules[spare(store, half)], store_current(store, half), sizeof file->modules[0]);
-    return memcpy(&file->libraries[spare(store, half)], store_current(store, half), sizeof file->libraries[0]);
+    return memcpy(image(store, half, 1 - place(store, half)), store_current(store, half), size);
 }
 
 void store_commit(struct store *store, enum store_half half)
 {
-    put_in_force(store, half, spare(store, half) + 1);
+    put_in_force(store, half, 2 - place(store, half));
 }
 
 void store_reset(struct store *store)
