@@ -3,6 +3,7 @@
 #include "device.h"
 #include "number.h"
 #include "output.h"
+#include "record.h"
 #include "usage.h"
 #include "words.h"
 
@@ -53,7 +54,8 @@ static int show_bucket(kxqos_rate_bucket_t *bucket)
 
 int do_rate_bucket_command(int count, const char *const *words)
 {
-    kxqos_rate_bucket_t bucket = {};
+    kxqos_rate_bucket_t bucket;
+    clear(&bucket);
     if (count == 1 && begins(words[0], "show", 2))
         return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_BUCKET_SHOW), &bucket);
     if (count < 2)

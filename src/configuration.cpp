@@ -8,6 +8,7 @@
 #include "number.h"
 #include "output.h"
 #include "profiles.h"
+#include "record.h"
 #include "rule_command.h"
 #include "usage.h"
 
@@ -62,7 +63,8 @@ static void dump_rule(const kxqos_rule_t *rule)
 // changes its ids alone.
 static void dump_rules()
 {
-    kxqos_rule_t rule = {};
+    kxqos_rule_t rule;
+    clear(&rule);
     for (uint16_t profile = 0; profile < KXQOS_PROFILE_MAX; profile++) {
         rule.table_id = profile;
         rule.rule_id = 0;
@@ -78,7 +80,8 @@ static void dump_rules()
 
 static void dump_buckets()
 {
-    kxqos_rate_bucket_t bucket = {};
+    kxqos_rate_bucket_t bucket;
+    clear(&bucket);
     for (int seen = 0; seen < KXQOS_ID_LAST; seen++) { // as for rules
         if (get_next_valid_rate_bucket(&bucket) != 0 || bucket.bucketID == 0)
             return;

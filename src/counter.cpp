@@ -3,6 +3,7 @@
 #include "device.h"
 #include "number.h"
 #include "output.h"
+#include "record.h"
 #include "usage.h"
 #include "words.h"
 
@@ -15,7 +16,7 @@ static int usage_and_fail()
 // Any result but 0 is a failure here, a positive one too. *info is left as the module returned it.
 static int request_counter(kxqos_request nr, int number, kxqos_counter_info_s *info)
 {
-    *info = {};
+    clear(info);
     info->counterID = number;
     return kxqosctl_ioctl(KXQOS_REQUEST(nr), info) == 0 ? 0 : -1;
 }

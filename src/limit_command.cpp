@@ -6,6 +6,7 @@
 #include "limit_show.h"
 #include "number.h"
 #include "output.h"
+#include "record.h"
 #include "usage.h"
 #include "words.h"
 
@@ -66,7 +67,8 @@ struct limit_words {
 
 static int change_ip_limit(kxqos_rl_t *db, const limit_words &words, bool ipv6, uint32_t rate)
 {
-    kxqos_ip_rl_t limit = {};
+    kxqos_ip_rl_t limit;
+    clear(&limit);
     limit.valid = 1;
     limit.isIpv6 = ipv6 ? 1 : 0;
     limit.rate = rate;
@@ -147,7 +149,8 @@ int do_rate_limit_command(int count, const char *const *words)
     }
     if (count < 3)
         return usage_and_fail();
-    kxqos_rl_t db = {};
+    kxqos_rl_t db;
+    clear(&db);
     if (equals(words[0], "up"))
         db.upDir = 1;
     else if (!equals(words[0], "down"))

@@ -1,6 +1,7 @@
 #include "limit_db.h"
 
 #include "device.h"
+#include "record.h"
 
 #include <string.h>
 
@@ -22,7 +23,8 @@ static int read_half(kxqos_rl_t *cfg, kxqos_rl_ioctl_t *half, int part)
 
 int get_rate_limit_db(kxqos_rl_t *cfg)
 {
-    kxqos_rl_ioctl_t half = {};
+    kxqos_rl_ioctl_t half;
+    clear(&half);
     half.upDir = cfg->upDir;
     if (read_half(cfg, &half, 0) != 0)
         return -1;
@@ -33,7 +35,8 @@ int get_rate_limit_db(kxqos_rl_t *cfg)
 
 static int write_half(const kxqos_rl_t *cfg, int part)
 {
-    kxqos_rl_ioctl_t half = {};
+    kxqos_rl_ioctl_t half;
+    clear(&half);
     half.upDir = cfg->upDir;
     half.mode = cfg->mode;
     half.secondPart = static_cast<uint8_t>(part);

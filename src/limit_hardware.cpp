@@ -2,6 +2,7 @@
 
 #include "libkx.h"
 #include "output.h"
+#include "record.h"
 
 #include <string.h>
 
@@ -155,12 +156,12 @@ template <typename Limit> static int del(const limit_table<Limit> &table, const 
         i++;
     if (i < table.size && table.entries[i].valid != 0) {
         update_switch(table, table.entries[i], 0, step::remove);
-        table.entries[i] = {};
+        clear(&table.entries[i]);
     }
     for (int j = i + 1; j < table.size; j++) {
         if (table.entries[j].valid != 0) {
             table.entries[j - 1] = table.entries[j];
-            table.entries[j] = {};
+            clear(&table.entries[j]);
         }
     }
     return 0;

@@ -4,6 +4,7 @@
 #include "limit_db.h"
 #include "number.h"
 #include "output.h"
+#include "record.h"
 
 // What differs between the two forms of an entry's line.
 struct line_form {
@@ -88,7 +89,8 @@ static const char *mode_name(const kxqos_rl_t *pRule, char (&number)[4])
 static void show_both(void (*show)(const kxqos_rl_t *db, const char *mode))
 {
     for (int upDir = 1; upDir >= 0; upDir--) {
-        kxqos_rl_t db = {};
+        kxqos_rl_t db;
+        clear(&db);
         db.upDir = static_cast<uint8_t>(upDir);
         if (get_rate_limit_db(&db) != 0)
             return;

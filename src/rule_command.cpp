@@ -4,6 +4,7 @@
 #include "number.h"
 #include "output.h"
 #include "profiles.h"
+#include "record.h"
 #include "rule_parse.h"
 #include "rule_show.h"
 #include "usage.h"
@@ -87,7 +88,8 @@ int do_rule_command(int count, const char *const *words)
 {
     if (count < 2)
         return incomplete_command();
-    kxqos_rule_t rule = {};
+    kxqos_rule_t rule;
+    clear(&rule);
     // Wider than any profile, whose own limit is checked below: meant.
     if (parse_u16(words[0], &rule.rule_id, 1, 4096) != 0)
         return -1;

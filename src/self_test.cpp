@@ -2,6 +2,7 @@
 
 #include "libkx.h"
 #include "output.h"
+#include "record.h"
 
 #include <string.h>
 
@@ -161,7 +162,8 @@ static void assign_queue(libkx_qos_rule_s *rule, uint16_t queue)
 
 static bool one_rule()
 {
-    libkx_qos_rule_s qosRule = {};
+    libkx_qos_rule_s qosRule;
+    clear(&qosRule);
     qosRule.profile_id = KXQOS_PROFILE_QOS;
     qosRule.rule_id = 1;
     qosRule.field.tos = 3;
@@ -179,7 +181,7 @@ static bool one_rule()
         return false;
     print("\r step1 - set profile %d rule %d \n", qosRule.profile_id, qosRule.rule_id);
 
-    qosRule = {};
+    clear(&qosRule);
     qosRule.rule_id = 1;
     ret = libkx_qos_get_rule(&qosRule);
     const bool read = !failed(ret, "get qos rule", qosRule.rule_id);
@@ -197,7 +199,8 @@ static constexpr uint16_t walked_rules[] = {1, 2, 32, 64};
 
 static void add_walked_rules()
 {
-    libkx_qos_rule_s qosRule = {};
+    libkx_qos_rule_s qosRule;
+    clear(&qosRule);
     qosRule.profile_id = KXQOS_PROFILE_QOS;
     qosRule.field.srcPort = 5000;
     qosRule.mask.srcPort = 6000;
@@ -227,7 +230,8 @@ static void show_port(const libkx_qos_rule_s &rule, int field, const char *name,
 static void rule_walk()
 {
     add_walked_rules();
-    libkx_qos_rule_s qosRule = {};
+    libkx_qos_rule_s qosRule;
+    clear(&qosRule);
     for (int seen = 0; seen < KXQOS_ID_LAST && libkx_qos_get_next_rule(&qosRule) == LIBKX_RET_OK; seen++) {
         print("profile %d rule %d: \n", qosRule.profile_id, qosRule.rule_id);
         show_port(qosRule, LIBKX_QOS_MATCH_L4SRCPORT, "srcPort", qosRule.field.srcPort, qosRule.mask.srcPort);

@@ -4,6 +4,7 @@
 #include "number.h"
 #include "output.h"
 #include "profiles.h"
+#include "record.h"
 #include "usage.h"
 #include "words.h"
 
@@ -116,7 +117,8 @@ int do_queue_command(int /*count*/, const char *const *words)
 {
     if (!begins(words[0], "show", 2))
         return -1;
-    kxqos_queue_map_t map = {};
+    kxqos_queue_map_t map;
+    clear(&map);
     if (kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_QUEUE_MAP_GET), &map) != 0)
         return 0; // not a failure: meant
     const uint8_t *prio = map.prio;
@@ -136,7 +138,8 @@ int do_reset_command(int count, const char *const *words)
 {
     if (count != 2 || !begins(words[0], "profile", 3))
         return reset_usage_and_fail();
-    kxqos_rule_t rule = {};
+    kxqos_rule_t rule;
+    clear(&rule);
     const int profile = find_profile(words[1]);
     if (profile >= 0)
         rule.table_id = static_cast<uint16_t>(profile);
