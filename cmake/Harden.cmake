@@ -15,10 +15,10 @@
 #                                    fuzzers run these under AddressSanitizer
 #   -fstack-clash-protection         nothing: no frame is as large as the page that guards a stack
 if(NOT KXQOS_SANITIZE)
-  target_compile_options(kxqosctl_rooms PUBLIC
+  target_compile_options(kxqosctl_core PUBLIC
       -fPIE $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
   if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
-    target_compile_options(kxqosctl_rooms PUBLIC -mbranch-protection=standard)
+    target_compile_options(kxqosctl_core PUBLIC -mbranch-protection=standard)
   endif()
   target_link_options(kxqosctl PRIVATE -pie -Wl,-z,relro -Wl,-z,lazy -Wl,-z,noexecstack)
 endif()

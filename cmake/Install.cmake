@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 
 # Two builds give the same bytes wherever they are made.
-foreach(target kxqosctl_rooms kxqosctl kx kxqos-lab-preload kxqos-lab)
+foreach(target kxqosctl_core kxqosctl_seams kxqosctl kx kxqos-lab-preload kxqos-lab)
   target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endforeach()
 

@@ -12,7 +12,7 @@ if(KXQOS_SANITIZE)
     # These two need the C++ library and type information, and the tool has neither.
     list(APPEND sanitize_compile -fno-sanitize=function,vptr)
   endif()
-  # The rooms' options are public: what links them gets the same. Deferred, because the target is yet to come.
-  cmake_language(DEFER CALL target_compile_options kxqosctl_rooms PUBLIC ${sanitize_compile})
-  cmake_language(DEFER CALL target_link_options kxqosctl_rooms PUBLIC ${sanitize_link})
+  # The core's options are public: what links them gets the same. Deferred, because the target is yet to come.
+  cmake_language(DEFER CALL target_compile_options kxqosctl_core PUBLIC ${sanitize_compile})
+  cmake_language(DEFER CALL target_link_options kxqosctl_core PUBLIC ${sanitize_link})
 endif()

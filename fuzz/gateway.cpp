@@ -1,14 +1,14 @@
 #include "gateway.h"
 
+#include "commands.h"
 #include "device.h"
 #include "libkx.h"
+#include "output.h"
 
 #include <setjmp.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-
-int kxqosctl_main(int argc, char **argv);
 
 gateway_t gateway;
 bool walkCut;
@@ -732,13 +732,16 @@ int run_tool(const std::vector<std::string> &words, const bytes &answers, tail a
     forget_output();
 
     // Each word in storage of its own size, so that a step beyond it is seen.
-    std::vector<char *> argv = {strdup("kxqosctl")};
+    std::vector<char *> argv;
     for (const std::string &word : words)
         argv.push_back(strdup(word.c_str()));
     argv.push_back(nullptr);
     volatile int result = 0;
-    if (setjmp(cutOff) == 0)
-        result = kxqosctl_main(static_cast<int>(words.size()) + 1, argv.data());
+    if (setjmp(cutOff) == 0) {
+        result = run_command(static_cast<int>(words.size()), argv.data());
+        if (finish_output() != 0)
+            result = -1;
+    }
     for (char *word : argv)
         free(word);
     return result;

@@ -71,8 +71,3 @@ int do_rate_bucket_command(int count, const char *const *words)
     print_line("Err: Unknown command! ");
     return 0; // not a failure: meant
 }
-
-int get_next_valid_rate_bucket(kxqos_rate_bucket_t *pBucket)
-{
-    return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_BUCKET_NEXT), pBucket);
-}

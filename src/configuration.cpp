@@ -1,62 +1,17 @@
 #include "configuration.h"
 
-#include "action_fields.h"
-#include "bucket.h"
+#include "as_commands.h"
 #include "device.h"
 #include "limit_show.h"
-#include "match_fields.h"
 #include "number.h"
 #include "output.h"
-#include "profiles.h"
 #include "record.h"
-#include "rule_command.h"
 #include "usage.h"
-
-// What stands between the two texts of a field, by match_form.
-static constexpr char joints[][2] = {"", "~", "/", ""};
+#include "walk.h"
 
 static void separator()
 {
     print_line("!");
-}
-
-static void dump_match_fields(const kxqos_rule_t *rule)
-{
-    int bit = 0;
-    bool first = true;
-    while (u8_bitmap_get_next_bit(rule->fieldSel, 32, &bit) != 0) {
-        if (first) // before bits that are no field, too: meant
-            print(" match");
-        first = false;
-        if (bit > KXQOS_MATCH_MAX)
-            continue;
-        match_text text;
-        format_match_field(rule, bit - 1, 1, &text);
-        print(" %s %s%s%s%s", match_fields[bit - 1].keyword, text.inverse, text.value,
-              joints[static_cast<int>(text.form)], text.second);
-    }
-}
-
-static void dump_actions(const kxqos_action_t *action)
-{
-    print(" action");
-    for (int number = 0; number < KXQOS_ACTION_MAX; number++) {
-        const action_field &row = action_fields[number];
-        if (!shows_action(action, number))
-            continue;
-        if (row.size != 0)
-            print(" %s %d", row.keyword, static_cast<int>(action_value(action, row)));
-        else
-            print(" %s", row.keyword);
-    }
-    print("\n");
-}
-
-static void dump_rule(const kxqos_rule_t *rule)
-{
-    print("rule %d profile %s", rule->rule_id, get_qos_profile_name(rule->table_id));
-    dump_match_fields(rule);
-    dump_actions(&rule->action);
 }
 
 // One record is the cursor of the whole walk: the returned rule is sent on, whatever its profile, and a new profile
@@ -73,7 +28,7 @@ static void dump_rules()
         for (int seen = 0; seen < KXQOS_ID_LAST; seen++) {
             if (get_next_valid_rule_entry(&rule) != 0 || rule.rule_id == 0)
                 break;
-            dump_rule(&rule);
+            print_rule_command(&rule);
         }
     }
 }
@@ -85,7 +40,7 @@ static void dump_buckets()
     for (int seen = 0; seen < KXQOS_ID_LAST; seen++) { // as for rules
         if (get_next_valid_rate_bucket(&bucket) != 0 || bucket.bucketID == 0)
             return;
-        print("bucket %d rate %d\n", bucket.bucketID, static_cast<int>(bucket_kbps(&bucket)));
+        print_bucket_command(&bucket);
     }
 }
 

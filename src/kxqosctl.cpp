@@ -1,79 +1,11 @@
 // kxqosctl: one command for the gateway's QoS engine per run.
 
-#include "bucket.h"
-#include "configuration.h"
-#include "counter.h"
-#include "limit_command.h"
+#include "commands.h"
 #include "output.h"
-#include "rule_command.h"
-#include "settings.h"
-#include "test_command.h"
-#include "usage.h"
-#include "words.h"
-
-struct command {
-    char name[15];
-    unsigned char compared;                          // characters of the name that count
-    int (*run)(int count, const char *const *words); // the words behind the name, at least one
-    void (*usage)();                                 // for the name alone; may be null
-};
-
-// The first row that matches is taken. The short comparisons are meant; where two names share their first characters,
-// more of them count.
-static constexpr command commands[] = {
-    {"rule", 2, do_rule_command, rule_cmd_usage},
-    {"bucket", 2, do_rate_bucket_command, rate_bucket_cmd_usage},
-    {"debug", 2, do_debug_command, debug_cmd_usage},
-    {"configuration", 4, do_configuration_command, configuration_cmd_usage},
-    {"qos", 2, do_global_state_command, global_state_cmd_usage},
-    {"limit", 2, do_rate_limit_command, rate_limit_cmd_usage},
-    {"counter", 4, do_counter_command, counter_cmd_usage},
-    {"queue", 2, do_queue_command, nullptr},
-    {"puredscpremark", 2, do_pure_dacpremark_command, nullptr},
-    {"fine-classifi", 2, do_fine_classification_command, nullptr},
-    {"refresh", 3, do_kxnat_refresh_command, refresh_cmd_usage},
-    {"reset", 3, do_reset_command, reset_cmd_usage},
-    {"test", 2, do_test_command, test_cmd_usage},
-};
-
-static int run_command(const command &row, int count, const char *const *words)
-{
-    if (count > 0)
-        return row.run(count, words);
-    if (row.usage != nullptr)
-        row.usage();
-    return -1;
-}
-
-// Returns what the command gave: 0, -1, or a positive result of the module's.
-static int dispatch(const char *name, int count, const char *const *words)
-{
-    for (const command &row : commands)
-        if (begins(name, row.name, row.compared))
-            return run_command(row, count, words);
-    print("Err: unknow argument: %s\n", name);
-    return -1;
-}
-
-static int run(int argc, const char *const *argv)
-{
-    if (argc <= 1) {
-        main_menu_dump();
-        return -1;
-    }
-    if (equals(argv[1], "?")) {
-        main_menu_dump();
-        return 0;
-    }
-    const int result = dispatch(argv[1], argc - 2, argv + 2);
-    if (result == -1)
-        print_line("Fail! ");
-    return result;
-}
 
 int main(int argc, char **argv)
 {
-    const int result = run(argc, argv);
+    const int result = run_command(argc - 1, argv + 1);
     // Output that was cut short must not look complete.
     return finish_output() == 0 ? result : -1;
 }

@@ -1,8 +1,8 @@
 #include "limit_hardware.h"
 
-#include "libkx.h"
 #include "output.h"
 #include "record.h"
+#include "switch.h"
 
 #include <string.h>
 
@@ -30,25 +30,6 @@ static bool same_key(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b)
 static bool same_key(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b)
 {
     return a.port == b.port;
-}
-
-static libkx_retCode_t program(uint8_t upDir, const kxqos_ip_rl_t &limit, uint32_t enable)
-{
-    if (limit.isIpv6 != 0)
-        return libkx_switchApi_ipv6SetRateLimit(limit.ip_min.ipv6Addr, limit.ip_max.ipv6Addr, upDir, enable,
-                                                limit.rate);
-    return libkx_switchApi_ipv4SetRateLimit(limit.ip_min.ipv4Addr, limit.ip_max.ipv4Addr, upDir, enable, limit.rate);
-}
-
-static libkx_retCode_t program(uint8_t upDir, const kxqos_vlan_rl_t &limit, uint32_t enable)
-{
-    return libkx_switchApi_vlanSetRateLimit(limit.vid, upDir, enable, limit.rate);
-}
-
-static libkx_retCode_t program(uint8_t upDir, const kxqos_port_rl_t &limit, uint32_t enable)
-{
-    // A port's direction is passed inverted, at every call: meant.
-    return libkx_switchApi_portSetRateLimit(limit.port, upDir == 0 ? 1 : 0, enable, limit.rate);
 }
 
 // Switching a whole table is told as "disable" for addresses and "enable" for the others, whichever way it goes: meant.
@@ -119,7 +100,7 @@ static void update_switch(const limit_table<Limit> &table, const Limit &limit, u
     if (!table.active)
         return;
     expect_output();
-    if (program(table.upDir, limit, enable) != LIBKX_RET_OK)
+    if (switch_limit(table.upDir, limit, enable) != 0)
         report(limit, what);
 }
 

@@ -1,6 +1,8 @@
-// Clearing of a record that goes to the kernel module or to the library.
+// What is done with a record before it is sent to the kernel module or to the library, or after it was read.
 #ifndef KXQOSCTL_RECORD_H
 #define KXQOSCTL_RECORD_H
+
+#include "kxqos.h"
 
 #include <string.h>
 
@@ -17,6 +19,12 @@ template <typename Record> inline void clear(Record *record)
     } else {
         memset(record, 0, sizeof *record);
     }
+}
+
+// A bucket's rate in kbps; the module counts in units of 1/128 of it.
+inline uint32_t bucket_kbps(const kxqos_rate_bucket_t *pBucket)
+{
+    return pBucket->rateLimit >> 7;
 }
 
 #endif

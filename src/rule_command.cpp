@@ -103,8 +103,3 @@ int do_rule_command(int count, const char *const *words)
     }
     return do_sub_command(words[sub], count - (sub + 1), words + sub + 1, &rule);
 }
-
-int get_next_valid_rule_entry(kxqos_rule_t *pRule)
-{
-    return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_NEXT), pRule);
-}
