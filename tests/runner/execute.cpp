@@ -1,0 +1,131 @@
+#include "execute.h"
+
+#include "compare.h"
+#include "process.h"
+#include "trace.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include <unistd.h>
+
+#ifdef KXQOS_LAUNCHER_WITHIN
+// A launcher that is linked into this program, where starting it anew for each step is what takes longest. Returns
+// where in its words the command begins, which is their number when there is none.
+extern "C" int launcher_begin(int argc, char **argv);
+extern "C" void launcher_end();
+#endif
+
+namespace {
+
+Outcome run_step(const Words &words, const Step &step, unsigned timeout)
+{
+    Command command;
+    command.words = words;
+    command.seconds = timeout;
+    command.output_size = size_t{4} << 20; // a command that prints without end is as good as hung
+    if (step.standard_input_closed)
+        command.standard_input.clear();
+    if (step.standard_output == "closed")
+        command.standard_output = StandardOutput::closed;
+    else if (step.standard_output == "full")
+        command.standard_output = StandardOutput::full;
+    else if (step.standard_output == "broken")
+        command.standard_output = StandardOutput::broken;
+    return run(command);
+}
+
+#ifdef KXQOS_LAUNCHER_WITHIN
+// The launcher's words are obeyed here, and only the command among them is started.
+Outcome launch(const Words &words, const Step &step, unsigned timeout)
+{
+    int command = launcher_begin(static_cast<int>(words.size()), pointers(words).data());
+    Words rest(words.begin() + command, words.end());
+    Outcome outcome = rest.empty() ? Outcome() : run_step(rest, step, timeout);
+    launcher_end();
+    return outcome;
+}
+#else
+Outcome launch(const Words &words, const Step &step, unsigned timeout)
+{
+    return run_step(words, step, timeout);
+}
+#endif
+
+void append(Words &words, const Words &more)
+{
+    words.insert(words.end(), more.begin(), more.end());
+}
+
+void reboot(const Options &options, const std::string &state)
+{
+    Words words = options.gateway;
+    append(words, {"--state", state, "--reboot"});
+    Outcome outcome = launch(words, Step(), options.timeout);
+    if (outcome.status != 0 || outcome.hung) {
+        std::fprintf(stderr, "transcript: %s --reboot: status %d\n%s", options.gateway[0].c_str(), outcome.status,
+                     outcome.errors.c_str());
+        std::exit(2);
+    }
+}
+
+Words launch_words(const Options &options, const Step &step, const std::string &state, const std::string &trace)
+{
+    Words words = options.gateway;
+    append(words, {"--state", state, "--trace", trace});
+    for (const Fault &fault : step.faults)
+        append(words, {"--fault", fault.rule});
+    if (!step.traffic.empty())
+        append(words, {"--traffic", step.traffic});
+    words.emplace_back("--");
+    append(words, options.via);
+    words.push_back(options.tool);
+    append(words, step.words);
+    return words;
+}
+
+// A state file that nobody has used, whatever folder a gateway keeps the rest in.
+struct Folder {
+    std::string path = (std::filesystem::temp_directory_path() / "transcript.XXXXXX").string();
+
+    Folder()
+    {
+        if (mkdtemp(path.data()) == nullptr) {
+            std::perror("transcript: temporary folder");
+            std::exit(2);
+        }
+    }
+    ~Folder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+};
+
+} // namespace
+
+bool execute(const Options &options, const std::string &path, const std::vector<Step> &steps)
+{
+    Folder folder;
+    std::string state = folder.path + "/state";
+    std::string trace_path = folder.path + "/trace";
+    reboot(options, state);
+    bool good = true;
+    for (const Step &step : steps) {
+        if (step.reboot)
+            reboot(options, state);
+        if (step.command.empty())
+            continue;
+        unlink(trace_path.c_str());
+        Outcome outcome = launch(launch_words(options, step, state, trace_path), step, options.timeout);
+        bool killed = outcome.status == 128 + SIGKILL;
+        good = compare(path, step, outcome, read_trace(trace_path, killed), options.timeout) && good;
+        if (outcome.hung)
+            break; // what it left behind is anybody's guess
+    }
+    return good;
+}
