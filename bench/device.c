@@ -11,7 +11,7 @@
 
 #define EXPORTED __attribute__((visibility("default")))
 
-static const uint16_t rules_of[KXQOS_PROFILE_MAX] = {64, 512, 512, 64, 64};
+static const uint16_t rules_of[KXQOS_PROFILE_MAX] = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
 
 /* A real one of the kernel, so that strace sees what it would see on a gateway. Not the C library's, whose look-up
  * would be counted. */

@@ -256,7 +256,7 @@ static void check_value(const kxqos_rule_t &rule, int field)
 
 static void check_ids(const kxqos_rule_t &rule)
 {
-    static constexpr uint16_t highest[] = {64, 512, 512, 64, 64};
+    static constexpr uint16_t highest[] = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
     check(rule.table_id < KXQOS_PROFILE_MAX, "a profile that is none is sent");
     check(rule.rule_id >= 1 && rule.rule_id <= 4096, "a rule id that is none is sent");
     // Profile 0 cannot be given by number, and so cannot be beyond its limit.

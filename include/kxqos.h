@@ -31,34 +31,40 @@
 #define KXQOS_REQUEST_BASE 0x40085800u
 #define KXQOS_REQUEST(nr) (KXQOS_REQUEST_BASE + (nr))
 
+/* Every request: its name after KXQOS_, its number, its payload, and what becomes of that. */
+#define KXQOS_REQUESTS(X) \
+    X(DEBUG_SET, 1, uint32_t)                    /* flags, to the module */ \
+    X(DEBUG_GET, 2, uint32_t)                    /* flags, module fills */ \
+    X(DEBUG_SHOW, 3, uint32_t)                   /* 0; the module reports to its own log */ \
+    X(BUCKET_SET, 8, kxqos_rate_bucket_t)        /* to the module */ \
+    X(BUCKET_DELETE, 9, kxqos_rate_bucket_t)     /* to the module */ \
+    X(BUCKET_GET, 10, kxqos_rate_bucket_t)       /* module fills */ \
+    X(BUCKET_NEXT, 11, kxqos_rate_bucket_t)      /* cursor in, next one out; bucketID 0 at the end */ \
+    X(BUCKET_SHOW, 12, kxqos_rate_bucket_t)      /* not read; the module reports to its own log */ \
+    X(RULE_ADD, 13, kxqos_rule_t)                /* to the module; replaces a rule of the same ids */ \
+    X(RULE_DELETE, 14, kxqos_rule_t)             /* only the ids count */ \
+    X(RULE_RESET, 15, kxqos_rule_t)              /* only table_id counts */ \
+    X(RULE_GET, 16, kxqos_rule_t)                /* module fills */ \
+    X(RULE_NEXT, 17, kxqos_rule_t)               /* cursor in, next one out; rule_id 0 at the end */ \
+    X(RATE_LIMIT_SET, 19, kxqos_rl_ioctl_t)      /* to the module */ \
+    X(RATE_LIMIT_GET, 20, kxqos_rl_ioctl_t)      /* module fills */ \
+    X(COUNTER_DISABLE, 22, kxqos_counter_info_s) /* only counterID counts */ \
+    X(COUNTER_ENABLE, 25, kxqos_counter_info_s)  /* only counterID counts */ \
+    X(COUNTER_GET, 26, kxqos_counter_info_s)     /* module fills */ \
+    X(COUNTER_CLEAR, 27, kxqos_counter_info_s)   /* only counterID counts */ \
+    X(STATE_SET, 28, uint32_t)                   /* 1 enables the QoS engine */ \
+    X(STATE_GET, 29, uint32_t)                   /* module fills; non-zero is enabled */ \
+    X(QUEUE_MAP_GET, 31, kxqos_queue_map_t)      /* module fills */ \
+    X(PURE_DSCP_SET, 32, uint32_t)               /* 1 enables pure DSCP remarking */ \
+    X(PURE_DSCP_GET, 33, uint32_t)               /* module fills */ \
+    X(FINE_CLASSIFY_SET, 34, uint32_t)           /* 1 enables fine classification */ \
+    X(FINE_CLASSIFY_GET, 35, uint32_t)           /* module fills */ \
+    X(REFRESH_SET, 36, uint32_t)                 /* inverted on purpose: 1 suppresses the forwarding-table refresh */
+
 enum kxqos_request {
-    KXQOS_DEBUG_SET = 1,          /* uint32_t flags, to the module */
-    KXQOS_DEBUG_GET = 2,          /* uint32_t flags, module fills */
-    KXQOS_DEBUG_SHOW = 3,         /* uint32_t 0; the module reports to its own log */
-    KXQOS_BUCKET_SET = 8,         /* kxqos_rate_bucket_t, to the module */
-    KXQOS_BUCKET_DELETE = 9,      /* kxqos_rate_bucket_t, to the module */
-    KXQOS_BUCKET_GET = 10,        /* kxqos_rate_bucket_t, module fills */
-    KXQOS_BUCKET_NEXT = 11,       /* kxqos_rate_bucket_t, cursor in, next one out; bucketID 0 at the end */
-    KXQOS_BUCKET_SHOW = 12,       /* kxqos_rate_bucket_t, not read; the module reports to its own log */
-    KXQOS_RULE_ADD = 13,          /* kxqos_rule_t, to the module; replaces a rule of the same ids */
-    KXQOS_RULE_DELETE = 14,       /* kxqos_rule_t, only the ids count */
-    KXQOS_RULE_RESET = 15,        /* kxqos_rule_t, only table_id counts */
-    KXQOS_RULE_GET = 16,          /* kxqos_rule_t, module fills */
-    KXQOS_RULE_NEXT = 17,         /* kxqos_rule_t, cursor in, next one out; rule_id 0 at the end */
-    KXQOS_RATE_LIMIT_SET = 19,    /* kxqos_rl_ioctl_t, to the module */
-    KXQOS_RATE_LIMIT_GET = 20,    /* kxqos_rl_ioctl_t, module fills */
-    KXQOS_COUNTER_DISABLE = 22,   /* kxqos_counter_info_s, only counterID counts */
-    KXQOS_COUNTER_ENABLE = 25,    /* kxqos_counter_info_s, only counterID counts */
-    KXQOS_COUNTER_GET = 26,       /* kxqos_counter_info_s, module fills */
-    KXQOS_COUNTER_CLEAR = 27,     /* kxqos_counter_info_s, only counterID counts */
-    KXQOS_STATE_SET = 28,         /* uint32_t, 1 enables the QoS engine */
-    KXQOS_STATE_GET = 29,         /* uint32_t, module fills; non-zero is enabled */
-    KXQOS_QUEUE_MAP_GET = 31,     /* kxqos_queue_map_t, module fills */
-    KXQOS_PURE_DSCP_SET = 32,     /* uint32_t, 1 enables pure DSCP remarking */
-    KXQOS_PURE_DSCP_GET = 33,     /* uint32_t, module fills */
-    KXQOS_FINE_CLASSIFY_SET = 34, /* uint32_t, 1 enables fine classification */
-    KXQOS_FINE_CLASSIFY_GET = 35, /* uint32_t, module fills */
-    KXQOS_REFRESH_SET = 36        /* uint32_t, inverted on purpose: 1 suppresses the forwarding-table refresh */
+#define KXQOS_NUMBER(name, number, payload) KXQOS_##name = (number),
+    KXQOS_REQUESTS(KXQOS_NUMBER)
+#undef KXQOS_NUMBER
 };
 
 /* Numbers */
@@ -122,15 +128,26 @@ enum kxqos_action {
     KXQOS_ACTION_MAX = 10
 };
 
-/* Profiles: the value of table_id. */
+/* The profiles, in the order of table_id: the name after KXQOS_PROFILE_, the name in commands, and the highest rule
+ * number. */
+#define KXQOS_PROFILES(X) \
+    X(QOS, "qos", 64) \
+    X(OSGIFLOW, "osgiflow", 512) \
+    X(LANHOST, "lanhost", 512) \
+    X(BRDATA, "bridgedata", 64) \
+    X(HARDACC, "hardacc", 64)
+
 enum kxqos_profile {
-    KXQOS_PROFILE_QOS = 0,
-    KXQOS_PROFILE_OSGIFLOW = 1,
-    KXQOS_PROFILE_LANHOST = 2,
-    KXQOS_PROFILE_BRDATA = 3,
-    KXQOS_PROFILE_HARDACC = 4,
-    KXQOS_PROFILE_MAX = 5
+#define KXQOS_NUMBER(name, word, rules) KXQOS_PROFILE_##name,
+    KXQOS_PROFILES(KXQOS_NUMBER) KXQOS_PROFILE_MAX
+#undef KXQOS_NUMBER
 };
+
+/* For KXQOS_PROFILES: the highest rule numbers as the rows of an array, or added up. */
+#define KXQOS_HIGHEST_RULE(name, word, rules) (rules),
+#define KXQOS_PLUS_RULES(name, word, rules) +(rules)
+
+enum { KXQOS_ALL_RULES = 0 KXQOS_PROFILES(KXQOS_PLUS_RULES) /* of all profiles together */ };
 
 /* Debug categories: the bits of the debug flags word. */
 enum kxqos_debug {
@@ -303,111 +320,107 @@ typedef struct kxqos_rl_ioctl_s {
 #define KXQOS_PLAIN(type) 1
 #endif
 #define KXQOS_RECORD(type, size, alignment) \
-    static_assert(sizeof(type) == (size) && KXQOS_ALIGNOF(type) == (alignment) && KXQOS_PLAIN(type), #type)
+    static_assert(sizeof(type) == (size) && KXQOS_ALIGNOF(type) == (alignment) && KXQOS_PLAIN(type), #type);
 #define KXQOS_FIELD(type, field, offset, size) \
-    static_assert(offsetof(type, field) == (offset) && KXQOS_SIZEOF(type, field) == (size), #type "." #field)
+    static_assert(offsetof(type, field) == (offset) && KXQOS_SIZEOF(type, field) == (size), #type "." #field);
 
-KXQOS_RECORD(ip_addr_t, 16, 4);
-KXQOS_FIELD(ip_addr_t, ipv4Addr, 0, 4);
-KXQOS_FIELD(ip_addr_t, ipv6Addr, 0, 16);
+/* Every record that crosses to the module, with its size and alignment, and every field with its offset and size. */
+#define KXQOS_RECORDS(RECORD, FIELD) \
+    RECORD(ip_addr_t, 16, 4) \
+    FIELD(ip_addr_t, ipv4Addr, 0, 4) \
+    FIELD(ip_addr_t, ipv6Addr, 0, 16) \
+    RECORD(kxqos_entry_t, 72, 4) \
+    FIELD(kxqos_entry_t, dstMac, 0, 6) \
+    FIELD(kxqos_entry_t, srcMac, 6, 6) \
+    FIELD(kxqos_entry_t, etherType, 12, 2) \
+    FIELD(kxqos_entry_t, tpid, 14, 2) \
+    FIELD(kxqos_entry_t, vlanID, 16, 2) \
+    FIELD(kxqos_entry_t, innerVlanID, 18, 2) \
+    FIELD(kxqos_entry_t, vlanPri, 20, 1) \
+    FIELD(kxqos_entry_t, innerVlanPri, 21, 1) \
+    FIELD(kxqos_entry_t, srcIP, 24, 16) \
+    FIELD(kxqos_entry_t, dstIP, 40, 16) \
+    FIELD(kxqos_entry_t, tos, 56, 1) \
+    FIELD(kxqos_entry_t, dscp, 57, 1) \
+    FIELD(kxqos_entry_t, pre, 58, 1) \
+    FIELD(kxqos_entry_t, ipProtocol, 59, 1) \
+    FIELD(kxqos_entry_t, flowlabel, 60, 4) \
+    FIELD(kxqos_entry_t, tc, 64, 1) \
+    FIELD(kxqos_entry_t, srcPort, 66, 2) \
+    FIELD(kxqos_entry_t, dstPort, 68, 2) \
+    RECORD(kxqos_action_t, 12, 4) \
+    FIELD(kxqos_action_t, newPri, 0, 1) \
+    FIELD(kxqos_action_t, newDscp, 1, 1) \
+    FIELD(kxqos_action_t, queue, 2, 2) \
+    FIELD(kxqos_action_t, rateBucket, 4, 2) \
+    FIELD(kxqos_action_t, counterID, 6, 2) \
+    FIELD(kxqos_action_t, actionFlag, 8, 4) \
+    RECORD(kxqos_rule_t, 240, 8) \
+    FIELD(kxqos_rule_t, table_id, 0, 2) \
+    FIELD(kxqos_rule_t, rule_id, 2, 2) \
+    FIELD(kxqos_rule_t, field, 4, 72) \
+    FIELD(kxqos_rule_t, mask, 76, 72) \
+    FIELD(kxqos_rule_t, rxPortBits, 148, 4) \
+    FIELD(kxqos_rule_t, txPortBits, 152, 4) \
+    FIELD(kxqos_rule_t, inDev, 156, 16) \
+    FIELD(kxqos_rule_t, outDev, 172, 16) \
+    FIELD(kxqos_rule_t, wanDev, 188, 16) \
+    FIELD(kxqos_rule_t, fieldInverse, 204, 4) \
+    FIELD(kxqos_rule_t, fieldMode, 208, 4) \
+    FIELD(kxqos_rule_t, fieldSel, 212, 4) \
+    FIELD(kxqos_rule_t, action, 216, 12) \
+    FIELD(kxqos_rule_t, counter, 232, 8) \
+    RECORD(kxqos_rate_bucket_t, 12, 4) \
+    FIELD(kxqos_rate_bucket_t, bucketID, 0, 2) \
+    FIELD(kxqos_rate_bucket_t, hwBucketID, 2, 2) \
+    FIELD(kxqos_rate_bucket_t, rateLimit, 4, 4) \
+    FIELD(kxqos_rate_bucket_t, tocken, 8, 4) \
+    RECORD(kxqos_counter_info_s, 32, 8) \
+    FIELD(kxqos_counter_info_s, counterID, 0, 4) \
+    FIELD(kxqos_counter_info_s, bytes, 8, 8) \
+    FIELD(kxqos_counter_info_s, packets, 16, 8) \
+    FIELD(kxqos_counter_info_s, speed, 24, 8) \
+    RECORD(kxqos_queue_map_t, 8, 1) \
+    FIELD(kxqos_queue_map_t, prio, 0, 8) \
+    RECORD(kxqos_ip_rl_t, 40, 4) \
+    FIELD(kxqos_ip_rl_t, valid, 0, 2) \
+    FIELD(kxqos_ip_rl_t, isIpv6, 2, 2) \
+    FIELD(kxqos_ip_rl_t, ip_min, 4, 16) \
+    FIELD(kxqos_ip_rl_t, ip_max, 20, 16) \
+    FIELD(kxqos_ip_rl_t, rate, 36, 4) \
+    RECORD(kxqos_vlan_rl_t, 8, 4) \
+    FIELD(kxqos_vlan_rl_t, valid, 0, 2) \
+    FIELD(kxqos_vlan_rl_t, vid, 2, 2) \
+    FIELD(kxqos_vlan_rl_t, rate, 4, 4) \
+    RECORD(kxqos_port_rl_t, 8, 4) \
+    FIELD(kxqos_port_rl_t, valid, 0, 2) \
+    FIELD(kxqos_port_rl_t, port, 2, 2) \
+    FIELD(kxqos_port_rl_t, rate, 4, 4) \
+    RECORD(kxqos_rl_ioctl_t, 612, 4) \
+    FIELD(kxqos_rl_ioctl_t, upDir, 0, 1) \
+    FIELD(kxqos_rl_ioctl_t, mode, 1, 1) \
+    FIELD(kxqos_rl_ioctl_t, secondPart, 2, 1) \
+    FIELD(kxqos_rl_ioctl_t, reserved, 3, 1) \
+    FIELD(kxqos_rl_ioctl_t, ipRule, 4, 480) \
+    FIELD(kxqos_rl_ioctl_t, vlanRule, 484, 64) \
+    FIELD(kxqos_rl_ioctl_t, portRule, 548, 64)
 
-KXQOS_RECORD(kxqos_entry_t, 72, 4);
-KXQOS_FIELD(kxqos_entry_t, dstMac, 0, 6);
-KXQOS_FIELD(kxqos_entry_t, srcMac, 6, 6);
-KXQOS_FIELD(kxqos_entry_t, etherType, 12, 2);
-KXQOS_FIELD(kxqos_entry_t, tpid, 14, 2);
-KXQOS_FIELD(kxqos_entry_t, vlanID, 16, 2);
-KXQOS_FIELD(kxqos_entry_t, innerVlanID, 18, 2);
-KXQOS_FIELD(kxqos_entry_t, vlanPri, 20, 1);
-KXQOS_FIELD(kxqos_entry_t, innerVlanPri, 21, 1);
-KXQOS_FIELD(kxqos_entry_t, srcIP, 24, 16);
-KXQOS_FIELD(kxqos_entry_t, dstIP, 40, 16);
-KXQOS_FIELD(kxqos_entry_t, tos, 56, 1);
-KXQOS_FIELD(kxqos_entry_t, dscp, 57, 1);
-KXQOS_FIELD(kxqos_entry_t, pre, 58, 1);
-KXQOS_FIELD(kxqos_entry_t, ipProtocol, 59, 1);
-KXQOS_FIELD(kxqos_entry_t, flowlabel, 60, 4);
-KXQOS_FIELD(kxqos_entry_t, tc, 64, 1);
-KXQOS_FIELD(kxqos_entry_t, srcPort, 66, 2);
-KXQOS_FIELD(kxqos_entry_t, dstPort, 68, 2);
+/* Those that never leave the tool. */
+#define KXQOS_LOCAL_RECORDS(RECORD, FIELD) \
+    RECORD(kxqos_rl_bucket_t, 224, 4) \
+    FIELD(kxqos_rl_bucket_t, ipTocken, 0, 96) \
+    FIELD(kxqos_rl_bucket_t, vlanTocken, 96, 64) \
+    FIELD(kxqos_rl_bucket_t, portTocken, 160, 64) \
+    RECORD(kxqos_rl_t, 1444, 4) \
+    FIELD(kxqos_rl_t, upDir, 0, 1) \
+    FIELD(kxqos_rl_t, mode, 1, 1) \
+    FIELD(kxqos_rl_t, reserved, 2, 2) \
+    FIELD(kxqos_rl_t, ipRule, 4, 960) \
+    FIELD(kxqos_rl_t, vlanRule, 964, 128) \
+    FIELD(kxqos_rl_t, portRule, 1092, 128) \
+    FIELD(kxqos_rl_t, bucket, 1220, 224)
 
-KXQOS_RECORD(kxqos_action_t, 12, 4);
-KXQOS_FIELD(kxqos_action_t, newPri, 0, 1);
-KXQOS_FIELD(kxqos_action_t, newDscp, 1, 1);
-KXQOS_FIELD(kxqos_action_t, queue, 2, 2);
-KXQOS_FIELD(kxqos_action_t, rateBucket, 4, 2);
-KXQOS_FIELD(kxqos_action_t, counterID, 6, 2);
-KXQOS_FIELD(kxqos_action_t, actionFlag, 8, 4);
-
-KXQOS_RECORD(kxqos_rule_t, 240, 8);
-KXQOS_FIELD(kxqos_rule_t, table_id, 0, 2);
-KXQOS_FIELD(kxqos_rule_t, rule_id, 2, 2);
-KXQOS_FIELD(kxqos_rule_t, field, 4, 72);
-KXQOS_FIELD(kxqos_rule_t, mask, 76, 72);
-KXQOS_FIELD(kxqos_rule_t, rxPortBits, 148, 4);
-KXQOS_FIELD(kxqos_rule_t, txPortBits, 152, 4);
-KXQOS_FIELD(kxqos_rule_t, inDev, 156, 16);
-KXQOS_FIELD(kxqos_rule_t, outDev, 172, 16);
-KXQOS_FIELD(kxqos_rule_t, wanDev, 188, 16);
-KXQOS_FIELD(kxqos_rule_t, fieldInverse, 204, 4);
-KXQOS_FIELD(kxqos_rule_t, fieldMode, 208, 4);
-KXQOS_FIELD(kxqos_rule_t, fieldSel, 212, 4);
-KXQOS_FIELD(kxqos_rule_t, action, 216, 12);
-KXQOS_FIELD(kxqos_rule_t, counter, 232, 8);
-
-KXQOS_RECORD(kxqos_rate_bucket_t, 12, 4);
-KXQOS_FIELD(kxqos_rate_bucket_t, bucketID, 0, 2);
-KXQOS_FIELD(kxqos_rate_bucket_t, hwBucketID, 2, 2);
-KXQOS_FIELD(kxqos_rate_bucket_t, rateLimit, 4, 4);
-KXQOS_FIELD(kxqos_rate_bucket_t, tocken, 8, 4);
-
-KXQOS_RECORD(kxqos_counter_info_s, 32, 8);
-KXQOS_FIELD(kxqos_counter_info_s, counterID, 0, 4);
-KXQOS_FIELD(kxqos_counter_info_s, bytes, 8, 8);
-KXQOS_FIELD(kxqos_counter_info_s, packets, 16, 8);
-KXQOS_FIELD(kxqos_counter_info_s, speed, 24, 8);
-
-KXQOS_RECORD(kxqos_queue_map_t, 8, 1);
-KXQOS_FIELD(kxqos_queue_map_t, prio, 0, 8);
-
-KXQOS_RECORD(kxqos_ip_rl_t, 40, 4);
-KXQOS_FIELD(kxqos_ip_rl_t, valid, 0, 2);
-KXQOS_FIELD(kxqos_ip_rl_t, isIpv6, 2, 2);
-KXQOS_FIELD(kxqos_ip_rl_t, ip_min, 4, 16);
-KXQOS_FIELD(kxqos_ip_rl_t, ip_max, 20, 16);
-KXQOS_FIELD(kxqos_ip_rl_t, rate, 36, 4);
-
-KXQOS_RECORD(kxqos_vlan_rl_t, 8, 4);
-KXQOS_FIELD(kxqos_vlan_rl_t, valid, 0, 2);
-KXQOS_FIELD(kxqos_vlan_rl_t, vid, 2, 2);
-KXQOS_FIELD(kxqos_vlan_rl_t, rate, 4, 4);
-
-KXQOS_RECORD(kxqos_port_rl_t, 8, 4);
-KXQOS_FIELD(kxqos_port_rl_t, valid, 0, 2);
-KXQOS_FIELD(kxqos_port_rl_t, port, 2, 2);
-KXQOS_FIELD(kxqos_port_rl_t, rate, 4, 4);
-
-KXQOS_RECORD(kxqos_rl_bucket_t, 224, 4);
-KXQOS_FIELD(kxqos_rl_bucket_t, ipTocken, 0, 96);
-KXQOS_FIELD(kxqos_rl_bucket_t, vlanTocken, 96, 64);
-KXQOS_FIELD(kxqos_rl_bucket_t, portTocken, 160, 64);
-
-KXQOS_RECORD(kxqos_rl_t, 1444, 4);
-KXQOS_FIELD(kxqos_rl_t, upDir, 0, 1);
-KXQOS_FIELD(kxqos_rl_t, mode, 1, 1);
-KXQOS_FIELD(kxqos_rl_t, reserved, 2, 2);
-KXQOS_FIELD(kxqos_rl_t, ipRule, 4, 960);
-KXQOS_FIELD(kxqos_rl_t, vlanRule, 964, 128);
-KXQOS_FIELD(kxqos_rl_t, portRule, 1092, 128);
-KXQOS_FIELD(kxqos_rl_t, bucket, 1220, 224);
-
-KXQOS_RECORD(kxqos_rl_ioctl_t, 612, 4);
-KXQOS_FIELD(kxqos_rl_ioctl_t, upDir, 0, 1);
-KXQOS_FIELD(kxqos_rl_ioctl_t, mode, 1, 1);
-KXQOS_FIELD(kxqos_rl_ioctl_t, secondPart, 2, 1);
-KXQOS_FIELD(kxqos_rl_ioctl_t, reserved, 3, 1);
-KXQOS_FIELD(kxqos_rl_ioctl_t, ipRule, 4, 480);
-KXQOS_FIELD(kxqos_rl_ioctl_t, vlanRule, 484, 64);
-KXQOS_FIELD(kxqos_rl_ioctl_t, portRule, 548, 64);
+KXQOS_RECORDS(KXQOS_RECORD, KXQOS_FIELD)
+KXQOS_LOCAL_RECORDS(KXQOS_RECORD, KXQOS_FIELD)
 
 #endif

@@ -89,20 +89,23 @@ typedef struct libkx_qos_rule_s {
     kxqos_action_t action;
 } libkx_qos_rule_s;
 
-KXQOS_RECORD(libkx_qos_rule_s, 228, 4);
-KXQOS_FIELD(libkx_qos_rule_s, profile_id, 0, 2);
-KXQOS_FIELD(libkx_qos_rule_s, rule_id, 2, 2);
-KXQOS_FIELD(libkx_qos_rule_s, field, 4, 72);
-KXQOS_FIELD(libkx_qos_rule_s, mask, 76, 72);
-KXQOS_FIELD(libkx_qos_rule_s, rxPortBits, 148, 4);
-KXQOS_FIELD(libkx_qos_rule_s, txPortBits, 152, 4);
-KXQOS_FIELD(libkx_qos_rule_s, inDev, 156, 16);
-KXQOS_FIELD(libkx_qos_rule_s, outDev, 172, 16);
-KXQOS_FIELD(libkx_qos_rule_s, wanDev, 188, 16);
-KXQOS_FIELD(libkx_qos_rule_s, fieldInverse, 204, 4);
-KXQOS_FIELD(libkx_qos_rule_s, fieldMode, 208, 4);
-KXQOS_FIELD(libkx_qos_rule_s, fieldSel, 212, 4);
-KXQOS_FIELD(libkx_qos_rule_s, action, 216, 12);
+#define LIBKX_RECORDS(RECORD, FIELD) \
+    RECORD(libkx_qos_rule_s, 228, 4) \
+    FIELD(libkx_qos_rule_s, profile_id, 0, 2) \
+    FIELD(libkx_qos_rule_s, rule_id, 2, 2) \
+    FIELD(libkx_qos_rule_s, field, 4, 72) \
+    FIELD(libkx_qos_rule_s, mask, 76, 72) \
+    FIELD(libkx_qos_rule_s, rxPortBits, 148, 4) \
+    FIELD(libkx_qos_rule_s, txPortBits, 152, 4) \
+    FIELD(libkx_qos_rule_s, inDev, 156, 16) \
+    FIELD(libkx_qos_rule_s, outDev, 172, 16) \
+    FIELD(libkx_qos_rule_s, wanDev, 188, 16) \
+    FIELD(libkx_qos_rule_s, fieldInverse, 204, 4) \
+    FIELD(libkx_qos_rule_s, fieldMode, 208, 4) \
+    FIELD(libkx_qos_rule_s, fieldSel, 212, 4) \
+    FIELD(libkx_qos_rule_s, action, 216, 12)
+
+LIBKX_RECORDS(KXQOS_RECORD, KXQOS_FIELD)
 
 /* Switch rate limits: enable 1 installs a limit, 0 removes it. */
 

@@ -6,8 +6,6 @@
 #include <errno.h>
 #endif
 
-static_assert(sizeof(kxqos_rl_ioctl_t) == MODEL_PAYLOAD_MAX, "the largest payload");
-
 enum { max_rate_kbps = 10485760, rate_step_kbps = 64, rate_units = 128 };
 
 /* The kernel log */
@@ -160,7 +158,7 @@ static int bucket_show(struct model *model, void *payload)
 
 /* Rules */
 
-static const uint16_t rule_limits[KXQOS_PROFILE_MAX] = {64, 512, 512, 64, 64};
+static const uint16_t rule_limits[KXQOS_PROFILE_MAX] = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
 
 unsigned model_rule_limit(unsigned profile)
 {
@@ -444,37 +442,45 @@ static int queue_map_get(struct model *model, void *payload)
 
 static const struct {
     int (*carry_out)(struct model *model, void *payload);
-    uint16_t payload_size;
     bool changes;
 } requests[] = {
-    [KXQOS_DEBUG_SET] = {debug_set, sizeof(uint32_t), true},
-    [KXQOS_DEBUG_GET] = {debug_get, sizeof(uint32_t), false},
-    [KXQOS_DEBUG_SHOW] = {debug_show, sizeof(uint32_t), true},
-    [KXQOS_BUCKET_SET] = {bucket_set, sizeof(kxqos_rate_bucket_t), true},
-    [KXQOS_BUCKET_DELETE] = {bucket_delete, sizeof(kxqos_rate_bucket_t), true},
-    [KXQOS_BUCKET_GET] = {bucket_get, sizeof(kxqos_rate_bucket_t), false},
-    [KXQOS_BUCKET_NEXT] = {bucket_next, sizeof(kxqos_rate_bucket_t), false},
-    [KXQOS_BUCKET_SHOW] = {bucket_show, sizeof(kxqos_rate_bucket_t), true},
-    [KXQOS_RULE_ADD] = {rule_add, sizeof(kxqos_rule_t), true},
-    [KXQOS_RULE_DELETE] = {rule_delete, sizeof(kxqos_rule_t), true},
-    [KXQOS_RULE_RESET] = {rule_reset, sizeof(kxqos_rule_t), true},
-    [KXQOS_RULE_GET] = {rule_get, sizeof(kxqos_rule_t), false},
-    [KXQOS_RULE_NEXT] = {rule_next, sizeof(kxqos_rule_t), false},
-    [KXQOS_RATE_LIMIT_SET] = {rate_limit_set, sizeof(kxqos_rl_ioctl_t), true},
-    [KXQOS_RATE_LIMIT_GET] = {rate_limit_get, sizeof(kxqos_rl_ioctl_t), false},
-    [KXQOS_COUNTER_DISABLE] = {counter_disable, sizeof(kxqos_counter_info_s), true},
-    [KXQOS_COUNTER_ENABLE] = {counter_enable, sizeof(kxqos_counter_info_s), true},
-    [KXQOS_COUNTER_GET] = {counter_get, sizeof(kxqos_counter_info_s), false},
-    [KXQOS_COUNTER_CLEAR] = {counter_clear, sizeof(kxqos_counter_info_s), true},
-    [KXQOS_STATE_SET] = {state_set, sizeof(uint32_t), true},
-    [KXQOS_STATE_GET] = {state_get, sizeof(uint32_t), false},
-    [KXQOS_QUEUE_MAP_GET] = {queue_map_get, sizeof(kxqos_queue_map_t), false},
-    [KXQOS_PURE_DSCP_SET] = {pure_dscp_set, sizeof(uint32_t), true},
-    [KXQOS_PURE_DSCP_GET] = {pure_dscp_get, sizeof(uint32_t), false},
-    [KXQOS_FINE_CLASSIFY_SET] = {fine_classify_set, sizeof(uint32_t), true},
-    [KXQOS_FINE_CLASSIFY_GET] = {fine_classify_get, sizeof(uint32_t), false},
-    [KXQOS_REFRESH_SET] = {refresh_set, sizeof(uint32_t), true},
+    [KXQOS_DEBUG_SET] = {debug_set, true},
+    [KXQOS_DEBUG_GET] = {debug_get, false},
+    [KXQOS_DEBUG_SHOW] = {debug_show, true},
+    [KXQOS_BUCKET_SET] = {bucket_set, true},
+    [KXQOS_BUCKET_DELETE] = {bucket_delete, true},
+    [KXQOS_BUCKET_GET] = {bucket_get, false},
+    [KXQOS_BUCKET_NEXT] = {bucket_next, false},
+    [KXQOS_BUCKET_SHOW] = {bucket_show, true},
+    [KXQOS_RULE_ADD] = {rule_add, true},
+    [KXQOS_RULE_DELETE] = {rule_delete, true},
+    [KXQOS_RULE_RESET] = {rule_reset, true},
+    [KXQOS_RULE_GET] = {rule_get, false},
+    [KXQOS_RULE_NEXT] = {rule_next, false},
+    [KXQOS_RATE_LIMIT_SET] = {rate_limit_set, true},
+    [KXQOS_RATE_LIMIT_GET] = {rate_limit_get, false},
+    [KXQOS_COUNTER_DISABLE] = {counter_disable, true},
+    [KXQOS_COUNTER_ENABLE] = {counter_enable, true},
+    [KXQOS_COUNTER_GET] = {counter_get, false},
+    [KXQOS_COUNTER_CLEAR] = {counter_clear, true},
+    [KXQOS_STATE_SET] = {state_set, true},
+    [KXQOS_STATE_GET] = {state_get, false},
+    [KXQOS_QUEUE_MAP_GET] = {queue_map_get, false},
+    [KXQOS_PURE_DSCP_SET] = {pure_dscp_set, true},
+    [KXQOS_PURE_DSCP_GET] = {pure_dscp_get, false},
+    [KXQOS_FINE_CLASSIFY_SET] = {fine_classify_set, true},
+    [KXQOS_FINE_CLASSIFY_GET] = {fine_classify_get, false},
+    [KXQOS_REFRESH_SET] = {refresh_set, true},
 };
+
+static const uint16_t payload_sizes[] = {
+#define PAYLOAD_SIZE(name, number, payload) [number] = sizeof(payload),
+    KXQOS_REQUESTS(PAYLOAD_SIZE)
+#undef PAYLOAD_SIZE
+};
+
+static_assert(sizeof requests / sizeof requests[0] == sizeof payload_sizes / sizeof payload_sizes[0],
+              "the last request has no row");
 
 static bool known(uint32_t request)
 {
@@ -486,7 +492,7 @@ static bool known(uint32_t request)
 
 size_t model_payload_size(uint32_t request)
 {
-    return known(request) ? requests[request & 0xff].payload_size : 0;
+    return known(request) ? payload_sizes[request & 0xff] : 0;
 }
 
 bool model_changes(uint32_t request)

@@ -14,11 +14,11 @@ extern "C" {
 #endif
 
 enum {
-    MODEL_RULES = 64 + 512 + 512 + 64 + 64,
+    MODEL_RULES = KXQOS_ALL_RULES,
     MODEL_LOG_LINES = 256,
     MODEL_LOG_WIDTH = 128,
-    MODEL_PAYLOAD_MAX = 612, /* the largest payload of any request */
-    MODEL_PACKET_SIZE = 1000 /* the bytes of an offered packet */
+    MODEL_PAYLOAD_MAX = sizeof(kxqos_rl_ioctl_t), /* the largest payload of any request */
+    MODEL_PACKET_SIZE = 1000                      /* the bytes of an offered packet */
 };
 
 struct model_counter {

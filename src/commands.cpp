@@ -11,16 +11,9 @@
 #include "usage.h"
 #include "words.h"
 
-struct command {
-    char name[15];
-    unsigned char compared;                          // characters of the name that count
-    int (*run)(int count, const char *const *words); // the words behind the name, at least one
-    void (*usage)();                                 // for the name alone; may be null
-};
-
 // The first row that matches is taken. The short comparisons are meant; where two names share their first characters,
 // more of them count.
-static constexpr command commands[] = {
+const command commands[command_count] = {
     {"rule", 2, do_rule_command, rule_cmd_usage},
     {"bucket", 2, do_rate_bucket_command, rate_bucket_cmd_usage},
     {"debug", 2, do_debug_command, debug_cmd_usage},

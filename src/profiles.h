@@ -11,7 +11,10 @@ struct qos_profile {
 
 // In profile order; the last row stands for every number above.
 inline constexpr qos_profile qosProfileName[KXQOS_PROFILE_MAX + 1] = {
-    {"qos", 64}, {"osgiflow", 512}, {"lanhost", 512}, {"bridgedata", 64}, {"hardacc", 64}, {"other", 0},
+#define PROFILE_ROW(name, word, rules) {word, rules},
+    KXQOS_PROFILES(PROFILE_ROW)
+#undef PROFILE_ROW
+        {"other", 0},
 };
 
 // Never fails: "other" for a number that no profile has.

@@ -8,12 +8,7 @@
 #include "usage.h"
 #include "words.h"
 
-struct debug_category {
-    char prefix[3]; // two characters count
-    uint16_t bits;
-};
-
-static constexpr debug_category debug_categories[] = {
+const debug_category debug_categories[debug_category_count] = {
     {"in", KXQOS_DEBUG_INFO},   {"wa", KXQOS_DEBUG_WARNING},       {"er", KXQOS_DEBUG_ERROR},
     {"pa", KXQOS_DEBUG_PACKET}, {"pr", KXQOS_DEBUG_PRE_MATCH},     {"ma", KXQOS_DEBUG_MATCH},
     {"ac", KXQOS_DEBUG_ACTION}, {"fi", KXQOS_DEBUG_FINE_CLASSIFY}, {"ra", KXQOS_DEBUG_RATE_LIMIT},

@@ -320,6 +320,7 @@ TEST_F(Model, ReportsBucketsToItsLog)
 
 // Rules
 
+// Written by hand, because the model takes its own from the header.
 const unsigned highest_rules[] = {64, 512, 512, 64, 64};
 
 TEST_F(Model, ReturnsARuleAsItWasSent)

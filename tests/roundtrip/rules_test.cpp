@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr std::array<int, KXQOS_PROFILE_MAX> highest_rule = {64, 512, 512, 64, 64};
-constexpr size_t all_rules = 64 + 512 + 512 + 64 + 64;
+constexpr std::array<int, KXQOS_PROFILE_MAX> highest_rule = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
+constexpr size_t all_rules = KXQOS_ALL_RULES;
 
 // Gives the rules their places, profile after profile.
 void number_rules(std::vector<kxqos_rule_t> &rules)
