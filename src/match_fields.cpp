@@ -13,7 +13,7 @@
     offsetof(kxqos_rule_t, field) + offsetof(kxqos_entry_t, member), sizeof(kxqos_entry_t::member)
 
 const match_field match_fields[KXQOS_MATCH_MAX] = {
-    // keyword, characters that count, kind, place and size, mask digits, maximum, label (four blanks or a tab: meant)
+    // keyword, characters that count, kind, place and size, digits, maximum, label (four blanks or a tab: meant)
     {"dmac",       2, match_kind::mac,           ENTRY(dstMac),       0, 0,          "    dmac"},
     {"smac",       2, match_kind::mac,           ENTRY(srcMac),       0, 0,          "    smac"},
     {"ethertype",  2, match_kind::hexadecimal,   ENTRY(etherType),    4, 65535,      "    ethertype"},
@@ -90,11 +90,11 @@ static void format_number(const match_field &row, const void *value, const void 
     const u32 number = number_at(value, row.size);
     const u32 other = number_at(second, row.size);
     if (row.kind == match_kind::hexadecimal)
-        format_hex(text->value, number, row.maskDigits);
+        format_hex(text->value, number, row.digits);
     else
         put_decimal(text->value, number);
     if (row.kind == match_kind::hexadecimal || text->form == match_form::mask)
-        format_hex(text->second, other, row.maskDigits);
+        format_hex(text->second, other, row.digits);
     else
         put_decimal(text->second, other);
 }

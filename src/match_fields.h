@@ -22,7 +22,7 @@ struct match_field {
     match_kind kind;
     uint8_t offset; // of the value in kxqos_rule_t
     uint8_t size;   // of the value in bytes
-    uint8_t maskDigits;
+    uint8_t digits; // the least hexadecimal ones, of a mask and of a hexadecimal value
     uint32_t maximum;
     char label[19]; // in the detail display, with its own indentation
 };

@@ -20,13 +20,15 @@ inline constexpr qos_profile qosProfileName[KXQOS_PROFILE_MAX + 1] = {
 // Never fails: "other" for a number that no profile has.
 const char *get_qos_profile_name(uint16_t profileID);
 
-// The profile whose name begins with the word's first three characters, or -1. A null word names none.
-int find_profile(const char *word);
+// What a word says of a profile.
+enum class profile_word : uint8_t {
+    name,       // a profile's name, of which three characters count
+    number,     // a profile's number
+    bad_number, // begins as a number, and is no profile's; has printed what is wrong
+    none
+};
 
-// Whether the word begins as a profile number may: 1 to 8. Profile 0 cannot be given by number: meant.
-bool begins_profile_number(const char *word);
-
-// Reads such a number into *profileID; prints what is wrong and returns -1 unless it is a profile's.
-int parse_profile_number(const char *word, uint16_t *profileID);
+// Reads the word into *profileID, which is written only for a name or a number. A null word is none.
+profile_word read_profile(const char *word, uint16_t *profileID);
 
 #endif

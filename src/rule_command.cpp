@@ -34,13 +34,11 @@ static int check_rule_id(const kxqos_rule_t *rule)
 
 static int select_profile(const char *word, kxqos_rule_t *rule)
 {
-    const int profile = find_profile(word);
-    if (profile >= 0) {
-        rule->table_id = static_cast<uint16_t>(profile);
+    const profile_word said = read_profile(word, &rule->table_id);
+    if (said == profile_word::name)
         return check_rule_id(rule);
-    }
-    // A profile given by number is not held to its rule limit: meant.
-    return begins_profile_number(word) ? parse_profile_number(word, &rule->table_id) : -1;
+    // kept: a profile given by number is not held to its rule limit
+    return said == profile_word::number ? 0 : -1;
 }
 
 static int add_matching_rule(int count, const char *const *words, kxqos_rule_t *rule)

@@ -64,9 +64,12 @@ static int parse_value(const match_field &row, const char *text, kxqos_rule_t *r
         return parse_port_map(row, text, value, flags);
     case match_kind::device:
         return parse_device_name(text, static_cast<char *>(value), flags);
-    default:
-        return parse_number_value(row, text, value, mask, flags);
+    case match_kind::decimal:
+    case match_kind::hexadecimal:
+    case match_kind::protocol_bits:
+        break;
     }
+    return parse_number_value(row, text, value, mask, flags);
 }
 
 // The number parsers report for themselves, and a bad device name is refused silently.

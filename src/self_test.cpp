@@ -1,6 +1,7 @@
 #include "self_test.h"
 
 #include "libkx.h"
+#include "match_fields.h"
 #include "output.h"
 #include "record.h"
 
@@ -144,16 +145,6 @@ static bool exercise_bucket(int bucketID, const char *notFound)
 
 // Rules
 
-static void select_field(uint8_t (&set)[4], int field)
-{
-    set[field / 8] |= static_cast<uint8_t>(1 << field % 8);
-}
-
-static bool is_selected(const uint8_t (&set)[4], int field)
-{
-    return (set[field / 8] >> (field % 8) & 1) != 0;
-}
-
 static void assign_queue(libkx_qos_rule_s *rule, uint16_t queue)
 {
     rule->action.queue = queue;
@@ -169,11 +160,11 @@ static bool one_rule()
     qosRule.field.tos = 3;
     qosRule.mask.tos = 5;
     memcpy(qosRule.inDev, "pon+", sizeof "pon+");
-    select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_TOS);
-    select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV);
-    select_field(qosRule.fieldMode, LIBKX_QOS_MATCH_TOS);
-    select_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_TOS);
-    select_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_INDEV);
+    set_field(qosRule.fieldSel, LIBKX_QOS_MATCH_TOS, true);
+    set_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV, true);
+    set_field(qosRule.fieldMode, LIBKX_QOS_MATCH_TOS, true);
+    set_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_TOS, true);
+    set_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_INDEV, true);
     assign_queue(&qosRule, 5);
 
     libkx_retCode_t ret = libkx_qos_add_rule(&qosRule);
@@ -206,12 +197,12 @@ static void add_walked_rules()
     qosRule.mask.srcPort = 6000;
     qosRule.field.dstPort = 1024;
     memcpy(qosRule.inDev, "eth1", sizeof "eth1");
-    select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4SRCPORT);
-    select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4DSTPORT);
-    select_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV);
-    select_field(qosRule.fieldMode, LIBKX_QOS_MATCH_L4SRCPORT);
-    select_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_L4SRCPORT);
-    select_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_INDEV);
+    set_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4SRCPORT, true);
+    set_field(qosRule.fieldSel, LIBKX_QOS_MATCH_L4DSTPORT, true);
+    set_field(qosRule.fieldSel, LIBKX_QOS_MATCH_INDEV, true);
+    set_field(qosRule.fieldMode, LIBKX_QOS_MATCH_L4SRCPORT, true);
+    set_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_L4SRCPORT, true);
+    set_field(qosRule.fieldInverse, LIBKX_QOS_MATCH_INDEV, true);
     assign_queue(&qosRule, 5);
     for (const uint16_t ruleID : walked_rules) {
         qosRule.rule_id = ruleID;
@@ -222,9 +213,9 @@ static void add_walked_rules()
 
 static void show_port(const libkx_qos_rule_s &rule, int field, const char *name, uint16_t first, uint16_t last)
 {
-    if (is_selected(rule.fieldSel, field))
-        print("    L4 %s %d-%d %s%s \n", name, first, last, is_selected(rule.fieldInverse, field) ? " inverse" : "",
-              is_selected(rule.fieldMode, field) ? " range" : "");
+    if (has_field(rule.fieldSel, field))
+        print("    L4 %s %d-%d %s%s \n", name, first, last, has_field(rule.fieldInverse, field) ? " inverse" : "",
+              has_field(rule.fieldMode, field) ? " range" : "");
 }
 
 static void rule_walk()

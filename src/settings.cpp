@@ -135,12 +135,10 @@ int do_reset_command(int count, const char *const *words)
         return reset_usage_and_fail();
     kxqos_rule_t rule;
     clear(&rule);
-    const int profile = find_profile(words[1]);
-    if (profile >= 0)
-        rule.table_id = static_cast<uint16_t>(profile);
-    else if (!begins_profile_number(words[1]))
+    const profile_word said = read_profile(words[1], &rule.table_id);
+    if (said == profile_word::none)
         return reset_usage_and_fail();
-    else if (parse_profile_number(words[1], &rule.table_id) != 0)
+    if (said == profile_word::bad_number)
         return -1;
     return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_RULE_RESET), &rule);
 }
