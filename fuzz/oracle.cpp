@@ -10,6 +10,10 @@ namespace oracle {
 
 std::string printed;
 
+// By the names that have no binary numbers: newer headers put others behind strtoul and strtoull.
+extern "C" unsigned long plain_strtoul(const char *text, char **stop, int base) noexcept __asm__("strtoul");
+extern "C" unsigned long long plain_strtoull(const char *text, char **stop, int base) noexcept __asm__("strtoull");
+
 // A private copy of a word without its inverse mark.
 struct copy_of {
     char *text;
@@ -40,7 +44,7 @@ int parse_u32(const char *text, uint32_t *val, int min, int max)
     if (text == nullptr)
         return -1;
     char *stop = nullptr;
-    const unsigned long wide = strtoul(text, &stop, 0);
+    const unsigned long wide = plain_strtoul(text, &stop, 0);
     *val = static_cast<uint32_t>(wide & 0xFFFFFFFFUL);
     if (*stop != '\0' && *stop != 0x20) {
         printed += "Err: parameter format error, required a interger input \n";
@@ -113,7 +117,7 @@ int parse_u32_with_range(const char *word, uint32_t *begin, uint32_t *end, int m
 int string_to_number_ll(const char *text, unsigned long long min, unsigned long long max, unsigned long long *ret)
 {
     char *stop = nullptr;
-    const unsigned long long value = strtoull(text, &stop, 0);
+    const unsigned long long value = plain_strtoull(text, &stop, 0);
     const bool whole = *stop == '\0';
     const bool something = stop != text;
     const bool inside = value >= min && (max == 0 || value <= max);

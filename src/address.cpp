@@ -2,21 +2,19 @@
 #include "output.h"
 
 #include <arpa/inet.h>
-#include <netinet/ether.h>
-#include <stdlib.h>
 #include <string.h>
 
-// A word without its inverse mark, and the last mark that divides it.
+static constexpr int mac_size = 6;
+
+// A text, and the last mark that divides it.
 struct divided_word {
     const char *text;
     const char *mark; // "~", else "/", else the terminator
     const char *end;  // the terminator
 };
 
-static divided_word divide(const char *word, int *inverseFlag)
+static divided_word divide(const char *text)
 {
-    *inverseFlag = *word == '!';
-    const char *text = word + *inverseFlag;
     const char *tilde = nullptr;
     const char *slash = nullptr;
     const char *end = text;
@@ -30,34 +28,47 @@ static divided_word divide(const char *word, int *inverseFlag)
     return {text, mark != nullptr ? mark : end, end};
 }
 
-// Copies the text from begin up to end, or as much of it as fits, and terminates it.
-template <size_t Size> static void cut(char (&copy)[Size], const char *begin, const char *end)
+// Copies the text from begin up to end or its terminator, or as much of it as fits, and terminates it.
+static void cut(char *copy, int size, const char *begin, const char *end)
 {
-    size_t length = static_cast<size_t>(end - begin);
-    if (length > Size - 1)
-        length = Size - 1;
-    memcpy(copy, begin, length);
-    copy[length] = '\0';
+    for (; size > 1 && begin != end && *begin != '\0'; size--)
+        *copy++ = *begin++;
+    *copy = '\0';
 }
 
-static int read_mac(const char *begin, const char *end, unsigned char *mac)
+// Six groups of one or two digits, as glibc's ether_aton reads them; other libraries' take other words. Behind two
+// digits at the end anything may stand, and behind one a blank and anything: kept, scripts may rely on it.
+static int read_mac(const char *text, const char *end, unsigned char *mac)
 {
-    // Longer than any address, so that what is cut off makes no difference.
-    char copy[32];
-    cut(copy, begin, end);
-    const ether_addr *address = ether_aton(copy);
-    if (address == nullptr)
-        return -1;
-    memcpy(mac, address->ether_addr_octet, sizeof address->ether_addr_octet);
-    return 0;
+    unsigned char bytes[mac_size];
+    for (int i = 0;; text++) {
+        u32 number = hex_digit(*text++);
+        if (number > 15)
+            return -1;
+        const u32 second = hex_digit(*text);
+        const bool two = second <= 15;
+        if (two) {
+            number = number << 4 | second;
+            text++;
+        }
+        bytes[i++] = static_cast<unsigned char>(number);
+        if (i == mac_size) {
+            if (!two && text != end && !is_blank(*text))
+                return -1;
+            memcpy(mac, bytes, mac_size);
+            return 0;
+        }
+        if (*text != ':')
+            return -1;
+    }
 }
 
 int parse_mac_addr(const char *argStr, unsigned char *mac, unsigned char *mask, int *rangeMode, int *inverseFlag)
 {
-    constexpr int mac_size = 6;
     if (argStr == nullptr)
         return -1;
-    const divided_word word = divide(argStr, inverseFlag);
+    *inverseFlag = *argStr == '!';
+    const divided_word word = divide(argStr + *inverseFlag);
     const char mark = *word.mark;
     if (mark == '\0')
         memset(mask, 0xFF, mac_size);
@@ -72,49 +83,36 @@ int parse_mac_addr(const char *argStr, unsigned char *mac, unsigned char *mask, 
     return 0;
 }
 
-// One piece of a dotted quad; an empty one is 0.
-static int read_octet(const char *piece, u32 *address)
-{
-    char *stop = nullptr;
-    const unsigned long octet = static_cast<unsigned long>(strtol(piece, &stop, 10));
-    if (*stop != '\0' || octet > 255)
-        return -1;
-    *address = *address << 8 | static_cast<u32>(octet);
-    return 0;
-}
-
+// An empty piece is 0.
 static int read_ipv4(const char *begin, const char *end, u32 *ipaddr)
 {
     char copy[20];
-    cut(copy, begin, end);
-    char *piece = copy;
+    cut(copy, sizeof copy, begin, end);
+    const char *piece = copy;
     u32 address = 0;
-    for (int i = 0; i < 3; i++) {
-        char *dot = strchr(piece, '.');
-        if (dot == nullptr)
+    for (int i = 0; i < 4; i++) {
+        const char *stop = nullptr;
+        const unsigned long long octet = read_number(piece, &stop, 10);
+        if (*stop != (i < 3 ? '.' : '\0') || octet > 255)
             return -1;
-        *dot = '\0';
-        if (read_octet(piece, &address) != 0)
-            return -1;
-        piece = dot + 1;
+        address = address << 8 | static_cast<u32>(octet);
+        piece = stop + 1;
     }
-    if (read_octet(piece, &address) != 0)
-        return -1;
     *ipaddr = address;
     return 0;
 }
 
 int undot_ip(const char *ip, u32 *ipaddr)
 {
-    return read_ipv4(ip, ip + strlen(ip), ipaddr);
+    return read_ipv4(ip, nullptr, ipaddr);
 }
 
 int ip_mask(const char *mask, u32 *ipMask)
 {
     if (undot_ip(mask, ipMask) == 0)
         return 0;
-    char *stop = nullptr;
-    const unsigned long length = static_cast<unsigned long>(strtol(mask, &stop, 10));
+    const char *stop = nullptr;
+    const unsigned long long length = read_number(mask, &stop, 10);
     if (*stop != '\0' || length > 32)
         return -1;
     // Length 0 is all ones like 32, and so is no text at all: meant.
@@ -126,7 +124,8 @@ int parse_ip_addr(const char *argStr, u32 *ipAddr, u32 *ipMask, int *rangeMode, 
 {
     if (argStr == nullptr)
         return -1;
-    const divided_word word = divide(argStr, inverseFlag);
+    *inverseFlag = *argStr == '!';
+    const divided_word word = divide(argStr + *inverseFlag);
     const char mark = *word.mark;
     // The end of a range is read as a mask is, so it may be a prefix length: meant.
     if (mark == '\0')
@@ -175,8 +174,7 @@ static int parse_ipv6_range(const char *begin, const char *end, in6_addr *addr, 
         print("Invalid IPv6 Address '%s' specified \n", begin);
         return -1;
     }
-    if (memcmp(addr->s6_addr, msk->s6_addr, fixed) != 0 ||
-        memcmp(addr->s6_addr + fixed, msk->s6_addr + fixed, sizeof addr->s6_addr - fixed) > 0) {
+    if (memcmp(addr, msk, fixed) != 0 || memcmp(addr, msk, sizeof *addr) > 0) {
         print_line("Invalid IPv6 Address range ");
         return -1;
     }
@@ -206,23 +204,17 @@ int parse_ipv6_addr(const char *address, in6_addr *addr, in6_addr *msk, int *ran
     if (address == nullptr)
         return -1;
     *inverseFlag = *address == '!';
-    const char *text = address + *inverseFlag;
     char copy[256];
-    cut(copy, text, text + strlen(text));
+    cut(copy, sizeof copy, address + *inverseFlag, nullptr);
 
-    if (char *tilde = strrchr(copy, '~')) {
-        *tilde = '\0';
-        if (parse_ipv6_range(copy, tilde + 1, addr, msk) != 0)
-            return -1;
-        *rangeMode = 1;
-        return 0;
-    }
-    char *slash = strrchr(copy, '/');
-    if (slash != nullptr)
-        *slash++ = '\0';
-    if (parse_ipv6_masked(copy, slash, addr, msk) != 0)
+    const divided_word word = divide(copy);
+    const char mark = *word.mark;
+    copy[word.mark - copy] = '\0';
+    const char *second = mark != '\0' ? word.mark + 1 : nullptr;
+    const bool range = mark == '~';
+    if ((range ? parse_ipv6_range(copy, second, addr, msk) : parse_ipv6_masked(copy, second, addr, msk)) != 0)
         return -1;
-    *rangeMode = 0;
+    *rangeMode = range;
     return 0;
 }
 
@@ -242,20 +234,55 @@ char *mac2str(const unsigned char *mac, char *buf, int bufLen)
     return buf;
 }
 
-char *ip2str(u32 ipAddr, char *buf, int bufLen)
+static char *put_quad(char *out, u32 address)
 {
-    char *out = cleared(buf, bufLen);
     for (int shift = 24; shift >= 0; shift -= 8) {
         if (shift != 24)
             *out++ = '.';
-        out = put_decimal(out, ipAddr >> shift & 0xFF);
+        out = put_decimal(out, address >> shift & 0xFF);
     }
+    return out;
+}
+
+char *ip2str(u32 ipAddr, char *buf, int bufLen)
+{
+    put_quad(cleared(buf, bufLen), ipAddr);
     return buf;
 }
 
+// As glibc's inet_ntop does it; other libraries shorten other zeros.
 char *ip62str(const in6_addr *addrp, char *buf, int bufLen)
 {
-    inet_ntop(AF_INET6, addrp, cleared(buf, bufLen), static_cast<socklen_t>(bufLen));
+    constexpr int groups = 8;
+    u32 group[groups];
+    // The longest run of zeros, of several the first. A zero alone is none.
+    int begin = groups;
+    int longest = 1;
+    int zeros = 0;
+    for (int i = 0; i < groups; i++) {
+        group[i] = static_cast<u32>(addrp->s6_addr[2 * i] << 8 | addrp->s6_addr[2 * i + 1]);
+        zeros = group[i] == 0 ? zeros + 1 : 0;
+        if (zeros > longest) {
+            longest = zeros;
+            begin = i + 1 - zeros;
+        }
+    }
+    char *out = cleared(buf, bufLen);
+    for (int i = 0; i < groups; i++) {
+        if (i == begin) {
+            *out++ = ':';
+            i += longest;
+        }
+        if (i != 0)
+            *out++ = ':';
+        // An IPv4 address within one of IPv6, compatible or mapped, is shown as such.
+        if (i == 6 && begin == 0 && (longest == 6 || (longest == 5 && group[5] == 0xFFFF))) {
+            put_quad(out, group[6] << 16 | group[7]);
+            break;
+        }
+        if (i < groups)
+            out = put_hex(out, group[i], 1);
+    }
     return buf;
 }
 

@@ -1,19 +1,59 @@
 #include "number.h"
 #include "output.h"
 
-#include <stdlib.h>
-
 // The largest mask of a match value, whatever the field's own maximum: meant.
 static constexpr u32 mask_maximum = 65535;
 static constexpr u32 default_mask = 0xFFFF;
 
+int is_blank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+u32 hex_digit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return static_cast<u32>(c - '0');
+    const u32 letter = static_cast<u32>((c | 0x20) - 'a');
+    return letter < 6 ? letter + 10 : 16;
+}
+
+unsigned long long read_number(const char *text, const char **stop, u32 base)
+{
+    const unsigned long long largest = base == 0 ? ~0ULL : ~0ULL >> 1;
+    *stop = text;
+    while (is_blank(*text))
+        text++;
+    const bool negative = *text == '-';
+    if (negative || *text == '+')
+        text++;
+    if (base == 0) {
+        base = *text == '0' ? 8 : 10;
+        if (base == 8 && (text[1] | 0x20) == 'x') {
+            base = 16;
+            *stop = text + 1; // without a digit behind the x it is a 0 that ends there
+            text += 2;
+        }
+    }
+    unsigned long long value = 0;
+    bool overflow = false;
+    for (u32 digit = hex_digit(*text); digit < base; digit = hex_digit(*text)) {
+        overflow |= value > (largest - digit) / base;
+        value = value * base + digit;
+        *stop = ++text;
+    }
+    if (overflow)
+        return ~0ULL;
+    return negative ? -value : value;
+}
+
 // Reads the number that begins at text and must be ended by the word's terminator or by the mark that divides it. The
-// C library's conversion stops at either by itself, so no copy of the text is needed. A blank ends the number too, and
+// conversion stops at either by itself, so no copy of the text is needed. A blank ends the number too, and
 // hides what follows.
 static int parse_number(const char *text, char end, u32 *val, u32 min, u32 max)
 {
-    char *stop = nullptr;
-    *val = static_cast<u32>(strtoul(text, &stop, 0));
+    const char *stop = nullptr;
+    *val = static_cast<u32>(read_number(text, &stop, 0));
     if (*stop != end && *stop != ' ') {
         print_line("Err: parameter format error, required a interger input ");
         return -1;
@@ -139,8 +179,8 @@ int parse_u8_with_range(const char *argStr, u8 *begin, u8 *end, int min, int max
 
 int string_to_number_ll(const char *s, unsigned long long min, unsigned long long max, unsigned long long *ret)
 {
-    char *stop = nullptr;
-    const unsigned long long value = strtoull(s, &stop, 0);
+    const char *stop = nullptr;
+    const unsigned long long value = read_number(s, &stop, 0);
     if (stop == s || *stop != '\0' || value < min || (max != 0 && value > max))
         return -1;
     *ret = value;

@@ -11,6 +11,18 @@ using u8 = uint8_t;
 using u16 = uint16_t;
 using u32 = uint32_t;
 
+// The conversions of the C library, in its C locale. They are written here because libraries differ: newer ones take
+// 0b11 in base 0, which was always refused.
+
+// Space, tab, newline, vertical tab, form feed and carriage return.
+int is_blank(char c);
+// The value of a hexadecimal digit, and 16 for every other character.
+u32 hex_digit(char c);
+// The number that text begins with; *stop is where it ends, the beginning of text if there is none. Blanks and a sign
+// may stand before it. In base 0 as strtoull: -1 is the largest number, which stands for all above it too. In base 10
+// as strtol, but what is beyond its range is the largest number on either side.
+unsigned long long read_number(const char *text, const char **stop, u32 base);
+
 // min and max are inclusive and compared as unsigned 32-bit numbers, so a max of -1 takes every value.
 // *val is written before any check, also when the call then fails: meant.
 int parse_u32(const char *argStr, u32 *val, int min, int max);
