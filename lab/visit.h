@@ -10,6 +10,9 @@
 #define LAB_TRACE "KXQOS_LAB_TRACE"     /* the trace; unset for none */
 #define LAB_SESSION "KXQOS_LAB_SESSION" /* a struct gateway_session; unset for no faults */
 
+/* What the next process writes behind a line of the trace that was cut off. */
+#define LAB_UNFINISHED " <unfinished ...>\n"
+
 struct visit {
     struct store store;
     struct gateway_session *session;
