@@ -2,7 +2,8 @@
 # Completion of kxqosctl for bash: commands, sub-commands, match and action keywords in the places where they are valid,
 # profiles, and the names of network interfaces. Needs nothing but bash itself.
 #
-# Every function but the last prints what may stand in place of its last word; they work in zsh too.
+# Every function but the last prints what may stand in place of its last word; they work in zsh too, where _kxqosctl is
+# the name of the whole completion.
 
 _kxqosctl_interfaces() {
     local interfaces
@@ -119,7 +120,7 @@ _kxqosctl_words() {
     esac
 }
 
-_kxqosctl() {
+_kxqosctl_complete() {
     local line=${COMP_LINE:0:COMP_POINT} words word mark='' names name
     # Not COMP_WORDS, which are also divided at the colons of an address.
     read -ra words <<<"$line"
@@ -140,4 +141,4 @@ _kxqosctl() {
     done < <(_kxqosctl_words "${words[@]:1}")
 }
 
-[ -z "${BASH_VERSION-}" ] || complete -F _kxqosctl kxqosctl
+[ -z "${BASH_VERSION-}" ] || complete -F _kxqosctl_complete kxqosctl

@@ -2,12 +2,15 @@
 # Completion in bash, and in zsh where there is one: completion_test.sh
 # What is expected is written from the grammar of the commands.
 set -u
-completions=$(cd "$(dirname "$0")/../../completions" && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
+completions=$(cd "$here/../../completions" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit
 failures=0
 tests=0
+# shellcheck source=tests/tools/typed.sh
+. "$here/typed.sh"
 
 same() {
     tests=$((tests + 1))
@@ -24,7 +27,7 @@ completes() {
     COMP_LINE=$1
     COMP_POINT=${#1}
     COMPREPLY=()
-    _kxqosctl
+    _kxqosctl_complete
     same "$1" "$2" "${COMPREPLY[*]}"
 }
 
@@ -110,7 +113,7 @@ completes 'kxqosctl test api ' ''
 # Only what stands before the cursor counts.
 COMP_LINE='kxqosctl qos enable'
 COMP_POINT=11
-_kxqosctl
+_kxqosctl_complete
 same 'cursor in the middle' qos "${COMPREPLY[*]}"
 
 # An interface may have any name without a blank.
@@ -122,34 +125,16 @@ completes 'kxqosctl rule 5 match indev ' '\$\(touch\$\{IFS\}x\) \*'
 same 'evaluated' file "$(echo *)"
 eval "$(declare -f system_kxqosctl_interfaces | sed '1s/^system//')"
 
-# Typed at a prompt, with the key that completes.
-cat >rc <<END
-PS1=
-kxqosctl() { printf 'called'; printf ' <%s>' "\$@"; echo; }
-. $completions/kxqosctl.bash
-END
-typed=$(printf 'kxqosctl rul\t5 prof\tbri\tmat\tdmac 00:11:22:33:44:55 act\tq\t3 sw\t\nexit\n' |
-    TERM=dumb script -qec 'bash --noprofile --rcfile rc -i' /dev/null | tr -d '\r' | grep -a '^called')
-same 'at a prompt' \
-    'called <rule> <5> <profile> <bridgedata> <match> <dmac> <00:11:22:33:44:55> <action> <queue> <3> <sw-fwd>' "$typed"
-
+# Typed at a prompt, with the key that completes. The files lie as they are installed.
+mkdir -p share/zsh/site-functions share/bash-completion/completions
+cp "$completions/_kxqosctl" share/zsh/site-functions
+cp "$completions/kxqosctl.bash" share/bash-completion/completions/kxqosctl
+at_prompt() {
+    "$here/at_prompt" "$@" <<<"$typed"
+}
+same 'bash, at a prompt' "$called" "$(at_prompt bash ". $work/share/bash-completion/completions/kxqosctl")"
 if command -v zsh >/dev/null; then
-    # As it is installed; the functions of zsh that only work while completing are played.
-    mkdir -p share/zsh/site-functions share/bash-completion/completions
-    cp "$completions/_kxqosctl" share/zsh/site-functions
-    cp "$completions/kxqosctl.bash" share/bash-completion/completions/kxqosctl
-    cat >try.zsh <<'END'
-fpath=($PWD/share/zsh/site-functions $fpath)
-autoload -Uz _kxqosctl
-compset() { return 1; }
-compadd() { print -r -- "${(@P)2}"; }
-words=("$@") CURRENT=$#
-_kxqosctl
-END
-    same 'zsh: an action' "$most dbgon" \
-        "$(zsh -f try.zsh kxqosctl rule 5 match dmac 00:11:22:33:44:55 action queue 3 '')"
-    same 'zsh: a profile' "$profiles" "$(zsh -f try.zsh kxqosctl reset profile l)"
-    same 'zsh: a device' "$interfaces" "$(zsh -f try.zsh kxqosctl rule 5 match indev '')"
+    same 'zsh, at a prompt' "$called" "$(at_prompt zsh "fpath=($work/share/zsh/site-functions \$fpath)")"
 else
     echo 'zsh is not there: its completion is not tested'
 fi

@@ -1,0 +1,112 @@
+#!/bin/sh
+# The Debian packages in a system: installed, tried, enabled, upgraded, removed and purged: installed_test.sh FOLDER
+#
+# The system is this one, seen through an overlay: what is changed is kept in memory, and forgotten. That needs root's
+# rights; without them, or where nothing may be mounted, the status is 77.
+set -u
+here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=tests/same.sh
+. "$here/../same.sh"
+# shellcheck source=tests/tools/typed.sh
+. "$here/../tools/typed.sh"
+
+if [ $# -eq 1 ]; then
+    as_root=''
+    [ "$(id -u)" -eq 0 ] || as_root='sudo -n'
+    # In a chroot, / is no mount that could be made private.
+    for propagation in private unchanged none; do
+        $as_root unshare --mount --propagation $propagation true 2>/dev/null && break
+    done
+    if [ "$propagation" = none ]; then
+        echo 'left out: nothing may be mounted'
+        exit 77
+    fi
+    work=$(mktemp -d)
+    trap 'rmdir "$work"' EXIT
+    $as_root unshare --mount --propagation "$propagation" "$here/installed_test.sh" "$1" "$work"
+    exit
+fi
+packages=$(cd "$1" && pwd)
+work=$2
+
+# Nothing that is mounted in the folder is seen outside, even if / is shared.
+trap 'cd / && umount --lazy "$work" && umount "$work"' EXIT
+mount --bind "$work" "$work" && mount --make-private "$work" && mount -t tmpfs tmpfs "$work" || exit
+cd "$work" && mkdir upper work root &&
+    mount -t overlay -o lowerdir=/,upperdir=upper,workdir=work overlay root || exit
+mount --rbind --make-rprivate /dev root/dev && mount -t proc proc root/proc && mount -t sysfs sysfs root/sys &&
+    mount -t tmpfs tmpfs root/run || exit
+in_root() {
+    chroot root env -u LD_PRELOAD HOME=/root "$@"
+}
+# dpkg WORDS: no other package's triggers are run.
+dpkg_in_root() {
+    in_root dpkg --log=/dev/null --no-triggers "$@" >said 2>&1 || {
+        cat said
+        failures=$((failures + 1))
+    }
+}
+cp "$packages"/*.deb root/root || exit
+cd root/root || exit
+tool=$(echo kxqosctl_*.deb)
+lab=$(echo kxqos-lab_*.deb)
+# The same package, as its next version.
+dpkg-deb -R "$tool" next && sed -i 's/^Version: .*/&+next/' next/DEBIAN/control && dpkg-deb -b next next.deb >/dev/null ||
+    exit
+cd "$work" || exit
+
+dpkg_in_root --install "/root/$tool" "/root/$lab"
+
+# The tool, the scripts and the lab
+in_lab() {
+    in_root kxqos-lab --state /root/state -- "$@"
+}
+in_lab kxqosctl bucket 7 rate 1024
+same 'in the lab' 'bucket 7 rate 1024' "$(in_lab kxqosctl configuration show | grep ^bucket)"
+in_lab kxqos-save /root/saved || failures=$((failures + 1))
+in_root kxqos-lab --state /root/state --reboot
+same 'after a reboot' '' "$(in_lab kxqosctl configuration show | grep ^bucket)"
+in_lab kxqos-restore --clear /root/saved || failures=$((failures + 1))
+same 'restored' 'bucket 7 rate 1024' "$(in_lab kxqosctl configuration show | grep ^bucket)"
+
+# Completion
+at_prompt() {
+    echo "$typed" | "$here/../tools/at_prompt" --root "$work/root" "$@"
+}
+same 'bash, at a prompt' "$called" "$(at_prompt bash '. /usr/share/bash-completion/bash_completion')"
+same 'zsh, at a prompt' "$called" "$(at_prompt zsh '')"
+
+# The units. No link is left that leads nowhere.
+link=root/etc/systemd/system/multi-user.target.wants/kxqos.service
+linked() {
+    [ -L $link ] && in_root test -e "/${link#root/}" && echo yes
+}
+enabled() {
+    in_root systemctl is-enabled kxqos.service 2>/dev/null
+}
+for unit in kxqos kxqos-save; do
+    same "systemd-analyze verify $unit" '' "$(in_root systemd-analyze --man=no verify $unit.service 2>&1)"
+done
+same 'installed' 'disabled ' "$(enabled) $(linked)"
+dpkg_in_root --install /root/next.deb
+same 'upgraded, not enabled' 'disabled ' "$(enabled) $(linked)"
+in_root systemctl --quiet enable kxqos
+same 'enabled' 'enabled yes' "$(enabled) $(linked)"
+dpkg_in_root --install "/root/$tool" # back, as dpkg allows
+same 'another version, enabled' 'enabled yes' "$(enabled) $(linked)"
+dpkg_in_root --remove kxqosctl
+dpkg_in_root --install "/root/$tool"
+same 'removed and back, enabled' 'enabled yes' "$(enabled) $(linked)"
+in_root systemctl --quiet disable kxqos
+dpkg_in_root --install /root/next.deb
+same 'upgraded, disabled by hand' 'disabled ' "$(enabled) $(linked)"
+in_root systemctl --quiet enable kxqos
+# Nothing is started, stopped or restored once more by an installation.
+same 'what the scripts do to a running system' '' \
+    "$(grep -h -e invoke -e 'systemctl.*start' -e kxqos-restore root/var/lib/dpkg/info/kxqos*.p[or]* | grep -v '^#')"
+
+dpkg_in_root --purge kxqosctl kxqos-lab
+rm -r root/root/*
+same 'what is left' '' "$(find upper ! -type d ! -path 'upper/var/lib/dpkg/*')"
+
+[ $failures -eq 0 ] && echo 'the packages are installed, and leave as they came'
