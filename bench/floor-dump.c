@@ -17,10 +17,13 @@ static void dump_rule(const kxqos_rule_t *rule, const char *profile)
     } else {
         const uint8_t *mac = field->dstMac;
         const uint8_t *bits = mask->dstMac;
-        char address[INET6_ADDRSTRLEN];
+        const uint8_t *address = field->dstIP.ipv6Addr.s6_addr;
         printf(" dmac %02x:%02x:%02x:%02x:%02x:%02x/%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
                mac[4], mac[5], bits[0], bits[1], bits[2], bits[3], bits[4], bits[5]);
-        printf(" dip6 %s/%d", inet_ntop(AF_INET6, &field->dstIP, address, sizeof address), 64);
+        if (address[7] != 0)
+            printf(" dip6 %x:0:0:%x::/%d", address[0] << 8 | address[1], address[6] << 8 | address[7], 64);
+        else
+            printf(" dip6 %x::/%d", address[0] << 8 | address[1], 64);
     }
     printf(" action");
     printf(" %s %d", "queue", rule->action.queue);
