@@ -34,8 +34,9 @@ same 'clang-format 19' "$skip clang-format 14, and here is 19.1.7
 = 77" "$(said scripts/lint/format)"
 same 'what clang-format 19 would do' "$skip clang-format 14, and here is 19.1.7
 = 77" "$(said scripts/format)"
+: >"$work/compile_commands.json"
 same 'clang-tidy 19' "$skip clang-tidy 14, and here is 19.1.7
-= 77" "$(said scripts/lint/tidy .)"
+= 77" "$(said scripts/lint/tidy "$work")"
 same 'cppcheck 2.17' "$skip cppcheck 2.10, and here is 2.17.1
 = 77" "$(said scripts/lint/cppcheck)"
 
