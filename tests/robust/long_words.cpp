@@ -1,14 +1,7 @@
 // A word as long as Linux passes any, in every place of every command: refused or taken like a short one, on 64 KiB of
 // stack.
+#include "text.h"
 #include "tool.h"
-
-// The text with each occurrence of one word replaced by another.
-static std::string replaced(std::string text, const std::string &from, const std::string &to)
-{
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
 
 // Ways to make a word of that length: longer than every name, number and address already when short.
 static std::string lengthened(const std::string &word, int way, size_t length)

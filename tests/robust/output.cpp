@@ -4,14 +4,14 @@
 
 #include <signal.h>
 
-static void with(standard_output kind, const char *name, const std::vector<run_result> &expected)
+static void with(StandardOutput kind, const char *name, const std::vector<run_result> &expected)
 {
     run_options options;
     options.output = kind;
     reboot();
     for (size_t i = 0; i < forms.size(); i++) {
         const run_result seen = run_tool(forms[i], options);
-        const bool deadly = kind == standard_output::broken_and_deadly;
+        const bool deadly = kind == StandardOutput::broken_and_deadly;
         const int missed = deadly ? 128 + SIGPIPE : 255;
         check(seen.status == (expected[i].output.empty() ? expected[i].status : missed), name, forms[i]);
         check(seen.error.empty(), name, forms[i]);
@@ -26,9 +26,9 @@ int main(int argc, char **argv)
     reboot();
     for (const words &form : forms)
         expected.push_back(run_tool(form));
-    with(standard_output::closed, "standard output closed", expected);
-    with(standard_output::full, "standard output full", expected);
-    with(standard_output::broken, "standard output broken", expected);
-    with(standard_output::broken_and_deadly, "standard output broken, SIGPIPE deadly", expected);
+    with(StandardOutput::closed, "standard output closed", expected);
+    with(StandardOutput::full, "standard output full", expected);
+    with(StandardOutput::broken, "standard output broken", expected);
+    with(StandardOutput::broken_and_deadly, "standard output broken, SIGPIPE deadly", expected);
     return verdict();
 }

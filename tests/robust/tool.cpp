@@ -1,12 +1,10 @@
 #include "tool.h"
 
+#include "text.h"
+
 #include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 static std::string build;
@@ -24,7 +22,6 @@ void find_tool(int argc, char **argv)
     if (mkdtemp(name) == nullptr)
         exit(2);
     place = name;
-    signal(SIGPIPE, SIG_IGN);
 }
 
 void reboot()
@@ -32,89 +29,22 @@ void reboot()
     unlink((place + "/state").c_str());
 }
 
-static std::string take_file(const std::string &path)
+run_result run_tool(const words &arguments, const run_options &options)
 {
-    std::string text;
-    FILE *file = fopen(path.c_str(), "r");
-    if (file == nullptr)
-        return text;
-    char block[65536];
-    for (size_t size = fread(block, 1, sizeof block, file); size != 0; size = fread(block, 1, sizeof block, file))
-        text.append(block, size);
-    fclose(file);
-    return text;
-}
-
-static void set_output(standard_output kind, int kept)
-{
-    int ends[2];
-    switch (kind) {
-    case standard_output::kept:
-        dup2(kept, 1);
-        break;
-    case standard_output::closed:
-        close(1);
-        break;
-    case standard_output::full:
-        dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), 1);
-        break;
-    default:
-        if (pipe2(ends, O_CLOEXEC) != 0)
-            _exit(126);
-        dup2(ends[1], 1);
-        close(ends[0]);
-        break;
-    }
-    signal(SIGPIPE, kind == standard_output::broken ? SIG_IGN : SIG_DFL);
-}
-
-[[noreturn]] static void become_tool(const words &arguments, const run_options &options, int out, int err)
-{
-    dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), 0);
-    dup2(err, 2);
-    set_output(options.output, out);
+    const std::string trace = place + "/trace";
+    close(open(trace.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     std::string preload = build + "/" + (options.walk.empty() ? "libkxqos-lab.so" : "libendless.so");
     if (!options.limit.empty())
         preload += ":" + build + "/liblimits.so";
-    setenv("LD_PRELOAD", preload.c_str(), 1);
-    setenv("KXQOS_LAB_STATE", (place + "/state").c_str(), 1);
-    setenv("KXQOS_LAB_TRACE", (place + "/trace").c_str(), 1);
-    setenv("ROBUST_LIMIT", options.limit.c_str(), 1);
-    setenv("ROBUST_WALK", options.walk.c_str(), 1);
-    const std::string tool = build + "/kxqosctl";
-    std::vector<char *> argv = {strdup("kxqosctl")};
-    for (const std::string &word : arguments)
-        argv.push_back(strdup(word.c_str()));
-    argv.push_back(nullptr);
-    execv(tool.c_str(), argv.data());
-    perror("exec");
-    _exit(126);
-}
-
-run_result run_tool(const words &arguments, const run_options &options)
-{
-    const std::string outPath = place + "/out";
-    const std::string errPath = place + "/err";
-    close(open((place + "/trace").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const pid_t child = fork();
-    if (child == 0)
-        become_tool(arguments, options, out, err);
-    close(out);
-    close(err);
-    if (options.killAfter >= 0) {
-        usleep(static_cast<useconds_t>(options.killAfter));
-        kill(child, SIGTERM);
-    }
-    run_result result;
-    int status = 0;
-    waitpid(child, &status, 0);
-    result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    result.output = take_file(outPath);
-    result.error = take_file(errPath);
-    result.trace = take_file(place + "/trace");
-    return result;
+    Command command;
+    command.words = {build + "/kxqosctl"};
+    command.words.insert(command.words.end(), arguments.begin(), arguments.end());
+    command.environment = {"LD_PRELOAD=" + preload, "KXQOS_LAB_STATE=" + place + "/state", "KXQOS_LAB_TRACE=" + trace,
+                           "ROBUST_LIMIT=" + options.limit, "ROBUST_WALK=" + options.walk};
+    command.standard_output = options.output;
+    command.terminate_after = options.killAfter;
+    const Outcome outcome = run(command);
+    return {outcome.status, outcome.output, outcome.errors, contents(trace)};
 }
 
 void check(bool condition, std::string_view what, const words &arguments)
@@ -130,23 +60,11 @@ void check(bool condition, std::string_view what, const words &arguments)
 
 int verdict()
 {
-    for (const char *name : {"/state", "/trace", "/out", "/err"})
+    for (const char *name : {"/state", "/trace"})
         unlink((place + name).c_str());
     rmdir(place.c_str());
     printf("%d failures\n", failures);
     return failures == 0 ? 0 : 1;
-}
-
-static words sentence(const char *text)
-{
-    words result(1);
-    for (; *text != '\0'; text++) {
-        if (*text == ' ')
-            result.emplace_back();
-        else
-            result.back() += *text;
-    }
-    return result;
 }
 
 static std::vector<words> sentences()
@@ -206,7 +124,7 @@ static std::vector<words> sentences()
     };
     std::vector<words> all;
     for (const char *text : texts)
-        all.push_back(sentence(text));
+        all.push_back(split(text, ' '));
     return all;
 }
 

@@ -2,18 +2,18 @@
 #ifndef ROBUST_TOOL_H
 #define ROBUST_TOOL_H
 
+#include "process.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
 
 using words = std::vector<std::string>;
 
-enum class standard_output { kept, closed, full, broken, broken_and_deadly };
-
 struct run_options {
     std::string limit; // what limits.so takes away
     std::string walk;  // the walk that endless.so never ends, in place of the lab
-    standard_output output = standard_output::kept;
+    StandardOutput output = StandardOutput::captured;
     int killAfter = -1; // microseconds until SIGTERM
 };
 

@@ -1,17 +1,14 @@
 #include "gateway.h"
 
-#include <cstdio>
+#include "process.h"
+#include "text.h"
+
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sstream>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -21,43 +18,6 @@ std::string setting(const char *name)
     if (value == nullptr)
         throw std::runtime_error(std::string(name) + " is not set; ctest sets it");
     return value;
-}
-
-std::string contents(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-Lines split(const std::string &text, char separator)
-{
-    Lines parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);)
-        parts.push_back(part);
-    return parts;
-}
-
-std::string to_hex(const std::string &bytes)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (char byte : bytes) {
-        auto value = static_cast<unsigned char>(byte);
-        text += digits[value >> 4];
-        text += digits[value & 15];
-    }
-    return text;
-}
-
-std::string from_hex(const std::string &text)
-{
-    std::string bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
-    return bytes;
 }
 
 template <typename Record> Record record_of(const Answer &answer)
@@ -150,28 +110,16 @@ Gateway::~Gateway()
 // Gives what was printed. A launcher, or a hand, that fails is an error of the test's own.
 std::string Gateway::run(const Lines &words, const std::string &input) const
 {
-    std::string input_path = folder + "/input";
-    std::string output_path = folder + "/output";
-    std::ofstream(input_path, std::ios::binary) << input;
-
-    Lines all = {setting("KXQOS_LAB"), "--state", folder + "/state"};
-    all.insert(all.end(), words.begin(), words.end());
-    std::vector<char *> argv;
-    for (std::string &word : all)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, input_path.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    pid_t pid = 0;
-    int error = posix_spawn(&pid, argv[0], &files, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    int status = 0;
-    if (error != 0 || waitpid(pid, &status, 0) != pid || status != 0)
+    Command command;
+    command.words = {setting("KXQOS_LAB"), "--state", folder + "/state"};
+    command.words.insert(command.words.end(), words.begin(), words.end());
+    command.standard_input = folder + "/input";
+    command.captures_errors = false;
+    std::ofstream(command.standard_input, std::ios::binary) << input;
+    Outcome outcome = ::run(command);
+    if (outcome.status != 0)
         throw std::runtime_error("the lab failed: " + words.back());
-    return contents(output_path);
+    return outcome.output;
 }
 
 void Gateway::reboot() const
@@ -200,7 +148,7 @@ std::vector<Answer> Gateway::send(const std::vector<Answer> &requests) const
     std::vector<Answer> answers;
     for (size_t i = 0; i < requests.size(); i++) {
         Lines words = split(lines.at(i), ' ');
-        answers.push_back({requests[i].number, std::stoi(words.at(0)), from_hex(words.at(1))});
+        answers.push_back({requests[i].number, std::stoi(words.at(0)), from_hex(words.at(1)).value()});
     }
     return answers;
 }
@@ -215,7 +163,7 @@ Dump Gateway::dump() const
     for (const std::string &line : split(contents(trace), '\n')) {
         Lines words = split(line, ' ');
         if (words.at(0) == "request")
-            dump.answers.push_back({std::stoi(words.at(1)), std::stoi(words.at(3)), from_hex(words.at(7))});
+            dump.answers.push_back({std::stoi(words.at(1)), std::stoi(words.at(3)), from_hex(words.at(7)).value()});
     }
     return dump;
 }

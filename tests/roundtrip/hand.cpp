@@ -5,17 +5,15 @@
 //     roundtrip-hand send         each line "NR HEX", a request and its payload; prints its result and the payload
 //                                 that came back
 #include "kxqos.h"
+#include "process.h"
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <iostream>
-#include <spawn.h>
 #include <string>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -33,35 +31,15 @@ std::vector<std::string> words_of(const std::string &line)
     return words;
 }
 
-int status_of(std::vector<std::string> words)
-{
-    std::vector<char *> argv;
-    argv.reserve(words.size() + 1);
-    for (std::string &word : words)
-        argv.push_back(word.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t pid = 0;
-    int error = posix_spawn(&pid, argv[0], &files, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    int status = 0;
-    if (error != 0 || waitpid(pid, &status, 0) != pid) {
-        std::perror(argv[0]);
-        std::exit(2);
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 void type(const std::string &tool)
 {
     for (std::string line; std::getline(std::cin, line);) {
-        std::vector<std::string> words = words_of(line);
-        words.insert(words.begin(), tool);
-        std::printf("%d\n", status_of(words));
+        Command command;
+        command.words = words_of(line);
+        command.words.insert(command.words.begin(), tool);
+        command.standard_output = StandardOutput::discarded;
+        command.captures_errors = false;
+        std::printf("%d\n", run(command).status);
     }
 }
 
