@@ -1,16 +1,12 @@
 // Gives an unchanged program its words from standard input, separated by NUL, for a fuzzer that knows only files.
 // Preloaded; the words are read when main begins, which is after the fuzzer's fork server.
 #define _GNU_SOURCE
-#include <dlfcn.h>
+#include "before_main.h"
+
 #include <string.h>
 #include <unistd.h>
 
-typedef int main_function(int, char **, char **);
-typedef int start_function(main_function *, int, char **, void (*)(void), void (*)(void), void (*)(void), void *);
-
-static main_function *program;
-
-static int with_words(int argc, char **argv, char **environment)
+static int in_place_of_main(int argc, char **argv, char **environment)
 {
     static char text[4096];
     static char *words[64];
@@ -24,12 +20,4 @@ static int with_words(int argc, char **argv, char **environment)
     for (char *word = text; word < text + size && count < 63; word += strlen(word) + 1)
         words[count++] = word;
     return program(count, words, environment);
-}
-
-int __libc_start_main(main_function *main, int argc, char **argv, void (*init)(void), void (*fini)(void),
-                      void (*rtld_fini)(void), void *stack_end)
-{
-    start_function *start = (start_function *)dlsym(RTLD_NEXT, "__libc_start_main");
-    program = main;
-    return start(with_words, argc, argv, init, fini, rtld_fini, stack_end);
 }

@@ -9,9 +9,9 @@
  * After each of them all memory is put back as it was: no forked process sees a trace of them.
  */
 #define _GNU_SOURCE
+#include "before_main.h"
 #include "job.h"
 
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -24,10 +24,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-typedef int main_function(int, char **, char **);
-
 extern char **environ;
-static main_function *program;
 
 static int errors = STDERR_FILENO; /* moved up before the descriptors of a job take its place */
 
@@ -236,7 +233,7 @@ static int listen_at(const char *path)
     return listener;
 }
 
-static int serve(int argc, char **argv, char **variables)
+static int in_place_of_main(int argc, char **argv, char **variables)
 {
     int listener;
 
@@ -272,16 +269,4 @@ static int serve(int argc, char **argv, char **variables)
             errno = 0; /* whoever asked did not wait */
         close(connection);
     }
-}
-
-/* The first thing that a program calls, to have its main run. */
-int __libc_start_main(main_function *main, int argc, char **argv, void (*init)(void), void (*fini)(void),
-                      void (*loader_fini)(void), void *stack_end)
-{
-    int (*next)(main_function *, int, char **, void (*)(void), void (*)(void), void (*)(void), void *);
-    void *address = dlsym(RTLD_NEXT, "__libc_start_main");
-
-    memcpy(&next, &address, sizeof next);
-    program = main;
-    return next(serve, argc, argv, init, fini, loader_fini, stack_end);
 }

@@ -3,7 +3,8 @@
 //   memory       no allocation succeeds, and each is told on standard error
 //   descriptors  nothing can be opened any more
 #define _GNU_SOURCE
-#include <dlfcn.h>
+#include "before_main.h"
+
 #include <errno.h>
 #include <stdbool.h>
 #include <stddef.h>
@@ -14,10 +15,6 @@
 #include <ucontext.h>
 #include <unistd.h>
 
-typedef int main_function(int, char **, char **);
-typedef int start_function(main_function *, int, char **, void (*)(void), void (*)(void), void (*)(void), void *);
-
-static main_function *program;
 static bool no_memory;
 
 static struct {
@@ -49,7 +46,7 @@ static int on_small_stack(void)
     return run.result;
 }
 
-static int limited(int argc, char **argv, char **environment)
+static int in_place_of_main(int argc, char **argv, char **environment)
 {
     const char *limit = getenv("ROBUST_LIMIT");
     if (strcmp(limit, "stack") == 0) {
@@ -68,14 +65,6 @@ static int limited(int argc, char **argv, char **environment)
         abort();
     }
     return program(argc, argv, environment);
-}
-
-int __libc_start_main(main_function *main, int argc, char **argv, void (*init)(void), void (*fini)(void),
-                      void (*rtld_fini)(void), void *stack_end)
-{
-    start_function *start = (start_function *)dlsym(RTLD_NEXT, "__libc_start_main");
-    program = main;
-    return start(limited, argc, argv, init, fini, rtld_fini, stack_end);
 }
 
 // Allocation
