@@ -5,6 +5,8 @@
 #include "libkx.h"
 #include "output.h"
 
+#include <algorithm>
+#include <iterator>
 #include <setjmp.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -393,83 +395,94 @@ template <typename Record> static const Record &record_at(const void *payload)
     return *static_cast<const Record *>(payload);
 }
 
-// Checks what is sent, counts it, and returns the size of the payload.
-static size_t look_at_request(uint32_t nr, const void *payload)
+static size_t payload_size(uint32_t nr)
 {
     switch (nr) {
-    case KXQOS_RULE_ADD:
-        check_rule(record_at<kxqos_rule_t>(payload));
+#define PAYLOAD_SIZE(name, number, payload) \
+    case number: \
+        return sizeof(payload);
+        KXQOS_REQUESTS(PAYLOAD_SIZE)
+#undef PAYLOAD_SIZE
+    default:
+        check(false, "a request that there is not is sent");
+        return 0;
+    }
+}
+
+// Requests that change something whatever they say; a database may be written back as it was.
+static bool changes_something(uint32_t nr)
+{
+    static constexpr uint32_t changes[] = {
+        KXQOS_RULE_ADD,       KXQOS_RULE_DELETE,     KXQOS_RULE_RESET,        KXQOS_BUCKET_SET, KXQOS_BUCKET_DELETE,
+        KXQOS_COUNTER_ENABLE, KXQOS_COUNTER_DISABLE, KXQOS_COUNTER_CLEAR,     KXQOS_STATE_SET,  KXQOS_PURE_DSCP_SET,
+        KXQOS_REFRESH_SET,    KXQOS_DEBUG_SET,       KXQOS_FINE_CLASSIFY_SET,
+    };
+    return std::find(std::begin(changes), std::end(changes), nr) != std::end(changes);
+}
+
+static void check_rule_request(uint32_t nr, const kxqos_rule_t &rule)
+{
+    if (nr == KXQOS_RULE_ADD) {
+        check_rule(rule);
         gateway.ruleAdded = true;
-        gateway.rule = record_at<kxqos_rule_t>(payload);
-        gateway.changes++;
-        return sizeof(kxqos_rule_t);
+        gateway.rule = rule;
+    } else if (nr == KXQOS_RULE_RESET) {
+        check(rule.table_id < KXQOS_PROFILE_MAX, "a profile that is none is reset");
+        check(rule.rule_id == 0, "a rule id is sent with a reset");
+        check_only_ids(rule);
+    } else {
+        check_ids(rule);
+        check_only_ids(rule);
+    }
+}
+
+// Checks what is sent, and counts it.
+static void look_at_request(uint32_t nr, const void *payload)
+{
+    gateway.changes += changes_something(nr) ? 1 : 0;
+    switch (nr) {
+    case KXQOS_RULE_ADD:
     case KXQOS_RULE_DELETE:
-        gateway.changes++;
-        [[fallthrough]];
     case KXQOS_RULE_GET:
-        check_ids(record_at<kxqos_rule_t>(payload));
-        check_only_ids(record_at<kxqos_rule_t>(payload));
-        return sizeof(kxqos_rule_t);
     case KXQOS_RULE_RESET:
-        check(record_at<kxqos_rule_t>(payload).table_id < KXQOS_PROFILE_MAX, "a profile that is none is reset");
-        check(record_at<kxqos_rule_t>(payload).rule_id == 0, "a rule id is sent with a reset");
-        check_only_ids(record_at<kxqos_rule_t>(payload));
-        gateway.changes++;
-        return sizeof(kxqos_rule_t);
-    case KXQOS_RULE_NEXT:
-        return sizeof(kxqos_rule_t);
+        check_rule_request(nr, record_at<kxqos_rule_t>(payload));
+        break;
     case KXQOS_BUCKET_SET:
-        check_bucket(record_at<kxqos_rate_bucket_t>(payload), true);
-        gateway.changes++;
-        return sizeof(kxqos_rate_bucket_t);
     case KXQOS_BUCKET_DELETE:
-        gateway.changes++;
-        [[fallthrough]];
     case KXQOS_BUCKET_GET:
-        check_bucket(record_at<kxqos_rate_bucket_t>(payload), false);
-        return sizeof(kxqos_rate_bucket_t);
-    case KXQOS_BUCKET_SHOW:
-    case KXQOS_BUCKET_NEXT:
-        return sizeof(kxqos_rate_bucket_t);
+        check_bucket(record_at<kxqos_rate_bucket_t>(payload), nr == KXQOS_BUCKET_SET);
+        break;
     case KXQOS_COUNTER_DISABLE:
     case KXQOS_COUNTER_ENABLE:
     case KXQOS_COUNTER_CLEAR:
-        gateway.changes++;
-        [[fallthrough]];
     case KXQOS_COUNTER_GET:
         check_counter(record_at<kxqos_counter_info_s>(payload));
-        return sizeof(kxqos_counter_info_s);
+        break;
     case KXQOS_RATE_LIMIT_SET:
-        if (!check_limit_set(record_at<kxqos_rl_ioctl_t>(payload)))
-            gateway.changes++;
-        return sizeof(kxqos_rl_ioctl_t);
+        gateway.changes += check_limit_set(record_at<kxqos_rl_ioctl_t>(payload)) ? 0 : 1;
+        break;
     case KXQOS_RATE_LIMIT_GET:
         check_limit_get(record_at<kxqos_rl_ioctl_t>(payload));
-        return sizeof(kxqos_rl_ioctl_t);
+        break;
     case KXQOS_STATE_SET:
     case KXQOS_PURE_DSCP_SET:
     case KXQOS_FINE_CLASSIFY_SET:
     case KXQOS_REFRESH_SET:
         check(record_at<uint32_t>(payload) <= 1, "a switch is neither on nor off");
-        gateway.changes++;
-        return sizeof(uint32_t);
+        break;
     case KXQOS_DEBUG_SET:
         check(debugRead, "debug flags are written that were not read");
         check((record_at<uint32_t>(payload) & ~0x1FFU) == (debugFlags & ~0x1FFU), "foreign debug flags are changed");
-        gateway.changes++;
-        return sizeof(uint32_t);
+        break;
     case KXQOS_DEBUG_GET:
     case KXQOS_DEBUG_SHOW:
     case KXQOS_STATE_GET:
     case KXQOS_PURE_DSCP_GET:
     case KXQOS_FINE_CLASSIFY_GET:
         check(record_at<uint32_t>(payload) == 0, "a read is sent with more than zero");
-        return sizeof(uint32_t);
-    case KXQOS_QUEUE_MAP_GET:
-        return sizeof(kxqos_queue_map_t);
-    default:
-        check(false, "a request that there is not is sent");
-        return 0;
+        break;
+    default: // a cursor, or nothing that is read
+        break;
     }
 }
 
@@ -494,7 +507,8 @@ int kxqosctl_ioctl(uint32_t cmd, void *payload)
     gateway.requests++;
     check(cmd >> 8 == KXQOS_REQUEST_BASE >> 8, "a request has a wrong encoding");
     const uint32_t nr = cmd & 0xFF;
-    const size_t size = look_at_request(nr, payload);
+    const size_t size = payload_size(nr);
+    look_at_request(nr, payload);
     const uint32_t part = nr == KXQOS_RATE_LIMIT_GET ? record_at<kxqos_rl_ioctl_t>(payload).secondPart : 0;
     const int result = answer(payload, size);
     remember_answer(nr, payload, part, result);
