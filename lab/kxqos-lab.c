@@ -172,13 +172,39 @@ static const char *usual_state(void)
     return path;
 }
 
+__attribute__((noreturn)) static void fail_of_state(const char *path)
+{
+    switch (errno) {
+    case EMEDIUMTYPE:
+        fail("%s: not a state file of this version; it is left alone", path);
+    case ELOOP:
+        fail("%s: a link instead of a state file; it is not followed", path);
+    case EPERM:
+        fail("%s: others own this file, may write it or have another name for it; it is left alone", path);
+    default:
+        fail("%s: %s", path, strerror(errno));
+    }
+}
+
 static void open_state(struct store *store, const char *path)
 {
-    if (store_open(store, path))
-        return;
-    if (errno == EMEDIUMTYPE)
-        fail("%s: not a state file of this version; it is left alone", path);
-    fail("%s: %s", path, strerror(errno));
+    if (!store_open(store, path))
+        fail_of_state(path);
+}
+
+static void *state_of(struct store *store, const char *path, enum store_half half)
+{
+    void *state = store_begin(store, half);
+
+    if (state == NULL)
+        fail_of_state(path);
+    return state;
+}
+
+static void keep(const char *path, bool kept)
+{
+    if (!kept)
+        fail_of_state(path);
 }
 
 static void open_trace(const char *path)
@@ -353,12 +379,12 @@ static int run(char **words)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-static void offer(struct store *store, uint32_t packets)
+static void offer(struct store *store, const char *path, uint32_t packets)
 {
-    model_offer(store_begin(store, STORE_MODULE), packets);
-    store_commit(store, STORE_MODULE);
-    library_offer(store_begin(store, STORE_LIBRARY), packets);
-    store_commit(store, STORE_LIBRARY);
+    model_offer(state_of(store, path, STORE_MODULE), packets);
+    keep(path, store_commit(store, STORE_MODULE));
+    library_offer(state_of(store, path, STORE_LIBRARY), packets);
+    keep(path, store_commit(store, STORE_LIBRARY));
 }
 
 static int run_in_lab(const struct options *options, struct store *store, const char *state)
@@ -368,7 +394,7 @@ static int run_in_lab(const struct options *options, struct store *store, const 
     if (options->trace != NULL)
         open_trace(options->trace);
     if (options->traffic >= 0)
-        offer(store, (uint32_t)options->traffic);
+        offer(store, state, (uint32_t)options->traffic);
     store_close(store);
     set_environment(options, state);
     status = run(words_to_run(options));
@@ -386,13 +412,13 @@ int main(int argc, char **argv)
     open_state(&store, state);
     switch (options.task) {
     case reboot:
-        store_reset(&store);
+        keep(state, store_reset(&store));
         break;
     case show_status:
-        print_status(store_current(&store, STORE_MODULE), store_current(&store, STORE_LIBRARY));
+        print_status(state_of(&store, state, STORE_MODULE), state_of(&store, state, STORE_LIBRARY));
         break;
     case show_log:
-        print_log(store_current(&store, STORE_MODULE));
+        print_log(state_of(&store, state, STORE_MODULE));
         break;
     default:
         return run_in_lab(&options, &store, state);

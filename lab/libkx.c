@@ -16,7 +16,7 @@ struct call {
     libkx_retCode_t result;
 };
 
-/* False outside the lab. */
+/* False outside the lab, and in one whose state cannot be used. */
 static bool begin(struct call *call, const char *function)
 {
     if (lab_variable(PRINTS) != NULL)
@@ -24,6 +24,10 @@ static bool begin(struct call *call, const char *function)
     if (!visit_begin(&call->visit))
         return false;
     call->state = store_begin(&call->visit.store, STORE_LIBRARY);
+    if (call->state == NULL) {
+        visit_end(&call->visit);
+        return false;
+    }
     call->fault = gateway_call(call->visit.session, function, &call->visit.line);
     call->result = LIBKX_RET_FAIL;
     return true;
@@ -43,7 +47,8 @@ static int end(struct call *call, int result)
         result = LIBKX_RET_OK;
     if (fault != NULL && fault->has_result)
         result = fault->result;
-    store_commit(&call->visit.store, STORE_LIBRARY);
+    if (!store_commit(&call->visit.store, STORE_LIBRARY))
+        result = LIBKX_RET_FAIL;
     gateway_call_result(result, &call->visit.line);
     visit_end(&call->visit);
     return result;

@@ -258,11 +258,9 @@ static int rule_next(struct model *model, void *payload)
 
 /* Rate limits */
 
-/* Puts one half of the tables of a database in place. */
-static void apply_half(kxqos_rl_t *limits, const kxqos_rl_ioctl_t *half)
+/* Puts the first (0) or second (1) half of the tables of a database in place. */
+static void apply_half(kxqos_rl_t *limits, const kxqos_rl_ioctl_t *half, unsigned second)
 {
-    const unsigned second = half->secondPart;
-
     memcpy(&limits->ipRule[second * KXQOS_RL_IP_ENTRIES / 2], half->ipRule, sizeof half->ipRule);
     memcpy(&limits->vlanRule[second * KXQOS_RL_VLAN_ENTRIES / 2], half->vlanRule, sizeof half->vlanRule);
     memcpy(&limits->portRule[second * KXQOS_RL_PORT_ENTRIES / 2], half->portRule, sizeof half->portRule);
@@ -285,8 +283,8 @@ static int rate_limit_set(struct model *model, void *payload)
         return -EINVAL;
     limits = &model->limits[half->upDir];
     limits->mode = half->mode;
-    apply_half(limits, &model->first_halves[half->upDir]);
-    apply_half(limits, half);
+    apply_half(limits, &model->first_halves[half->upDir], 0);
+    apply_half(limits, half, 1);
     return 0;
 }
 

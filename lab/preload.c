@@ -110,39 +110,54 @@ static int open_device(int flags, mode_t mode)
     return fd;
 }
 
-/* Carries out a request whose payload is in the state file, or null for one that could not be read. */
+/* Carries out a request; a null payload is one that could not be read. */
 static int carry_out(struct visit *visit, uint32_t request, void *payload)
 {
-    const bool changes = model_changes(request);
     struct store *store = &visit->store;
-    struct model *model = changes ? store_begin(store, STORE_MODULE) : store_current(store, STORE_MODULE);
+    struct model *model = store_begin(store, STORE_MODULE);
     bool killed = false;
-    const int result = gateway_request(visit->session, model, request, payload, &visit->line, &killed);
+    int result;
 
-    if (killed)
+    if (model == NULL)
+        return -errno;
+    result = gateway_request(visit->session, model, request, payload, &visit->line, &killed);
+    if (killed) {
+        store_write(store, STORE_MODULE);
+        visit_keep_session(visit);
         kill(getpid(), SIGKILL);
-    if (changes)
-        store_commit(store, STORE_MODULE);
+    }
+    if (model_changes(request) && !store_commit(store, STORE_MODULE)) {
+        result = -errno;
+        visit_drop_line(visit);
+    }
     return result;
 }
 
-/* The payload goes through the state file by pwrite and pread, which fail with EFAULT on a bad pointer as a module's
- * copies do. */
+/* The payload comes and goes through the state file by pwrite and pread, which fail with EFAULT on a bad pointer as a
+ * module's copies do. */
+static bool copy_through(const struct store *store, void *to, const void *from, size_t size)
+{
+    const off_t place = offsetof(struct store_file, payload);
+
+    return size == 0 || (pwrite(store->fd, from, size, place) == (ssize_t)size &&
+                         pread(store->fd, to, size, place) == (ssize_t)size);
+}
+
 static int request_device(uint32_t request, void *argument)
 {
     const int before = errno;
     const size_t size = model_payload_size(request);
-    const off_t place = offsetof(struct store_file, payload);
+    uint64_t payload[(MODEL_PAYLOAD_MAX + 7) / 8];
     struct visit visit;
     int result;
 
     if (!visit_begin(&visit))
         return -1;
-    if (size != 0 && pwrite(visit.store.fd, argument, size, place) != (ssize_t)size) {
+    if (!copy_through(&visit.store, payload, argument, size)) {
         result = carry_out(&visit, request, NULL);
     } else {
-        result = carry_out(&visit, request, visit.store.file->payload);
-        if (size != 0 && pread(visit.store.fd, argument, size, place) != (ssize_t)size)
+        result = carry_out(&visit, request, payload);
+        if (!copy_through(&visit.store, argument, payload, size))
             result = -EFAULT;
     }
     visit_end(&visit);

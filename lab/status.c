@@ -127,7 +127,8 @@ static void print_counters(const struct model *module)
 
 static void print_rate_limit(const kxqos_rl_t *limits)
 {
-    printf("  rate limit %s: mode %s\n", limits->upDir != 0 ? "up" : "down", mode_names[limits->mode]);
+    printf("  rate limit %s: mode %s\n", limits->upDir != 0 ? "up" : "down",
+           limits->mode < RATELIMIT_MODE_MAX ? mode_names[limits->mode] : "unknown");
     for (unsigned i = 0; i < KXQOS_RL_IP_ENTRIES; i++) {
         const kxqos_ip_rl_t *entry = &limits->ipRule[i];
         if (entry->valid == 0)
@@ -206,7 +207,8 @@ static void print_library(const struct library *library)
     for (unsigned i = 0; i < LIBRARY_WANS; i++) {
         const struct library_wan *wan = &library->wans[i];
         if (wan->name[0] != '\0')
-            printf("  wan %s: up %u kbps, down %u kbps\n", wan->name, wan->up_limit, wan->down_limit);
+            printf("  wan %.*s: up %u kbps, down %u kbps\n", LIBRARY_WAN_NAME, wan->name, wan->up_limit,
+                   wan->down_limit);
     }
     print_library_numbers(library);
 }
@@ -222,5 +224,5 @@ void print_log(const struct model *module)
     const char *line;
 
     for (uint32_t n = 0; (line = model_log_line(module, n)) != NULL; n++)
-        puts(line);
+        printf("%.*s\n", MODEL_LOG_WIDTH - 1, line);
 }

@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,106 +38,152 @@ static bool is_ours(const struct store_header *header)
            header->size == new_header.size && header->active[STORE_MODULE] <= 2 && header->active[STORE_LIBRARY] <= 2;
 }
 
-/* Makes a state file of an empty one. The header comes first, so that a file cut short by a kill is known as ours. */
-static bool prepare(int fd)
+static bool read_from(int fd, void *bytes, size_t size, size_t place)
 {
-    struct store_header header;
+    const ssize_t got = pread(fd, bytes, size, (off_t)place);
+
+    if (got >= 0 && got != (ssize_t)size)
+        errno = EMEDIUMTYPE;
+    return got == (ssize_t)size;
+}
+
+static bool write_to(int fd, const void *bytes, size_t size, size_t place)
+{
+    const ssize_t put = pwrite(fd, bytes, size, (off_t)place);
+
+    if (put >= 0 && put != (ssize_t)size)
+        errno = ENOSPC;
+    return put == (ssize_t)size;
+}
+
+/* In a folder that everyone may write, a file of this name may be anybody's, or a second name of another file of this
+ * user. */
+static bool is_safe(int fd)
+{
     struct stat status;
 
     if (fstat(fd, &status) != 0)
         return false;
-    if (S_ISREG(status.st_mode) && status.st_size == 0) {
-        if (pwrite(fd, &new_header, sizeof new_header, 0) != (ssize_t)sizeof new_header)
-            return false;
-        status.st_size = sizeof new_header;
-    }
-    if (!S_ISREG(status.st_mode) || pread(fd, &header, sizeof header, 0) != (ssize_t)sizeof header ||
-        !is_ours(&header) ||
-        (status.st_size != (off_t)sizeof header && status.st_size != (off_t)sizeof(struct store_file))) {
+    if (!S_ISREG(status.st_mode)) {
         errno = EMEDIUMTYPE;
         return false;
     }
-    return status.st_size != (off_t)sizeof header || ftruncate(fd, sizeof(struct store_file)) == 0;
+    errno = EPERM;
+    return status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 && status.st_nlink == 1;
 }
 
-static void *image(struct store *store, enum store_half half, uint32_t place)
+/* Makes a state file of an empty one. The header comes first, so that a file cut short by a kill is known as ours. */
+static bool prepare(int fd, struct store_header *header)
 {
-    return half == STORE_MODULE ? (void *)&store->file->modules[place] : &store->file->libraries[place];
-}
+    struct stat status;
 
-/* The place of the image in force, of an open file; the other one is spare. */
-static uint32_t place(const struct store *store, enum store_half half)
-{
-    return store->file->header.active[half] - 1;
-}
-
-static void put_in_force(struct store *store, enum store_half half, uint32_t active)
-{
-    __atomic_store_n(&store->file->header.active[half], active, __ATOMIC_RELEASE);
-}
-
-/* Makes a half that was just switched on what it is at first. */
-static void switch_on(struct store *store, enum store_half half)
-{
-    if (store->file->header.active[half] != 0)
-        return;
-    if (half == STORE_MODULE)
-        model_init(image(store, half, 0));
-    else
-        library_init(image(store, half, 0));
-    put_in_force(store, half, 1);
+    if (fstat(fd, &status) != 0)
+        return false;
+    if (status.st_size == 0) {
+        if (!write_to(fd, &new_header, sizeof new_header, 0))
+            return false;
+        status.st_size = sizeof new_header;
+    }
+    if (!read_from(fd, header, sizeof *header, 0))
+        return false;
+    if (!is_ours(header) ||
+        (status.st_size != (off_t)sizeof *header && status.st_size != (off_t)sizeof(struct store_file))) {
+        errno = EMEDIUMTYPE;
+        return false;
+    }
+    return status.st_size != (off_t)sizeof *header || ftruncate(fd, sizeof(struct store_file)) == 0;
 }
 
 bool store_open(struct store *store, const char *path)
 {
-    void *mapping = MAP_FAILED;
+    struct store_header header;
     int error;
 
-    store->fd = above_standard(open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    store->fd = above_standard(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (store->fd < 0)
         return false;
-    if (lock(store->fd) && prepare(store->fd))
-        mapping = mmap(NULL, sizeof(struct store_file), PROT_READ | PROT_WRITE, MAP_SHARED, store->fd, 0);
-    if (mapping == MAP_FAILED) {
+    if (!is_safe(store->fd) || !lock(store->fd) || !prepare(store->fd, &header)) {
         error = errno;
         close(store->fd);
         errno = error;
         return false;
     }
-    store->file = mapping;
-    switch_on(store, STORE_MODULE);
-    switch_on(store, STORE_LIBRARY);
+    memcpy(store->active, header.active, sizeof store->active);
     return true;
 }
 
 void store_close(struct store *store)
 {
-    munmap(store->file, sizeof *store->file);
     flock(store->fd, LOCK_UN); /* a child forked by another thread may hold the descriptor for a while yet */
     close(store->fd);
 }
 
-void *store_current(struct store *store, enum store_half half)
+/* The images */
+
+/* The copies belong to whoever holds the lock. They are large for the stack of a thread. */
+static struct model module;
+static struct library library;
+
+static void *copy_of(enum store_half half)
 {
-    return image(store, half, place(store, half));
+    return half == STORE_MODULE ? (void *)&module : &library;
+}
+
+static size_t size_of(enum store_half half)
+{
+    return half == STORE_MODULE ? sizeof module : sizeof library;
+}
+
+/* Where an image, 0 or 1, lies in the file. */
+static size_t place_of(enum store_half half, uint32_t image)
+{
+    const size_t first =
+        half == STORE_MODULE ? offsetof(struct store_file, modules) : offsetof(struct store_file, libraries);
+
+    return first + image * size_of(half);
+}
+
+/* The image that is not in force. */
+static uint32_t spare(const struct store *store, enum store_half half)
+{
+    return store->active[half] == 1 ? 1 : 0;
 }
 
 void *store_begin(struct store *store, enum store_half half)
 {
-    const size_t size = half == STORE_MODULE ? sizeof(struct model) : sizeof(struct library);
+    const uint32_t active = store->active[half];
 
-    return memcpy(image(store, half, 1 - place(store, half)), store_current(store, half), size);
+    if (active != 0)
+        return read_from(store->fd, copy_of(half), size_of(half), place_of(half, active - 1)) ? copy_of(half) : NULL;
+    if (half == STORE_MODULE)
+        model_init(&module);
+    else
+        library_init(&library);
+    return copy_of(half);
 }
 
-void store_commit(struct store *store, enum store_half half)
+static bool put_in_force(const struct store *store)
 {
-    put_in_force(store, half, 2 - place(store, half));
+    return write_to(store->fd, store->active, sizeof store->active, offsetof(struct store_header, active));
 }
 
-void store_reset(struct store *store)
+bool store_write(const struct store *store, enum store_half half)
 {
-    put_in_force(store, STORE_MODULE, 0);
-    put_in_force(store, STORE_LIBRARY, 0);
-    switch_on(store, STORE_MODULE);
-    switch_on(store, STORE_LIBRARY);
+    return write_to(store->fd, copy_of(half), size_of(half), place_of(half, spare(store, half)));
+}
+
+bool store_commit(struct store *store, enum store_half half)
+{
+    const uint32_t image = spare(store, half);
+
+    if (!store_write(store, half))
+        return false;
+    store->active[half] = image + 1;
+    return put_in_force(store);
+}
+
+bool store_reset(struct store *store)
+{
+    memset(store->active, 0, sizeof store->active);
+    return put_in_force(store);
 }

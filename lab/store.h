@@ -1,8 +1,10 @@
 /* The state file: what the module and the library hold, shared by every process of the lab.
  *
- * A change of either is made on a copy and then put in force by one store, so that a process killed at any moment
- * leaves the state before or the state after. (To forget everything is a change of the one and then of the other.) The
- * lock is the kernel's and ends with the process.
+ * A change of either is written to a spare image, which one small write then puts in force, so that a process killed at
+ * any moment leaves the state before or the state after. The lock is the kernel's and ends with the process.
+ *
+ * The file is read and written, never mapped: whatever becomes of it, a mapping of it could end the process that looks
+ * at it. Nothing in it is trusted to be within its bounds.
  */
 #ifndef LAB_STORE_H
 #define LAB_STORE_H
@@ -31,22 +33,25 @@ struct store_file {
 /* An open and locked state file. */
 struct store {
     int fd;
-    struct store_file *file;
+    uint32_t active[2]; /* as in the file's header */
 };
 
-/* Opens a state file, made if it is not there, and waits for its lock. On failure gives false and errno, EMEDIUMTYPE
- * for a file that is no state file of this version: that is left alone. */
+/* Opens a state file, made if it is not there, and waits for its lock. On failure gives false and errno: EMEDIUMTYPE
+ * for a file that is no state file of this version, ELOOP for a link, EPERM for a file that others own, may write or
+ * know by another name. All of these are left alone. */
 bool store_open(struct store *store, const char *path);
 void store_close(struct store *store);
 
-/* What is in force: a struct model or a struct library. */
-void *store_current(struct store *store, enum store_half half);
-
-/* A copy of what is in force, to be changed; store_commit puts it in force. */
+/* A copy of what is in force, a struct model or a struct library, which is there until store_close. Null and errno if
+ * the file was cut short. */
 void *store_begin(struct store *store, enum store_half half);
-void store_commit(struct store *store, enum store_half half);
+
+/* Writes the copy to the spare image, and puts that in force. Give false and errno if the copy cannot be written; what
+ * was in force stays so. */
+bool store_write(const struct store *store, enum store_half half);
+bool store_commit(struct store *store, enum store_half half);
 
 /* Forgets everything. */
-void store_reset(struct store *store);
+bool store_reset(struct store *store);
 
 #endif

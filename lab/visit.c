@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,20 +14,46 @@ const char *lab_variable(const char *name)
     return value != NULL && value[0] != '\0' ? value : NULL;
 }
 
-/* Null when there is none: a session ends with the kxqos-lab that began it, whatever still runs. */
-static struct gateway_session *map_session(void)
+/* Like the images of the state, read and written under the lock and not mapped. */
+static struct gateway_session session;
+
+static int open_session(void)
 {
     const char *path = lab_variable(LAB_SESSION);
-    const int fd = path == NULL ? -1 : open(path, O_RDWR | O_CLOEXEC);
-    void *mapping = MAP_FAILED;
-    struct stat status;
+
+    return path == NULL ? -1 : open(path, O_RDWR | O_CLOEXEC);
+}
+
+/* The bytes of the faults that there are. */
+static size_t faults_size(void)
+{
+    return session.fault_count * sizeof session.faults[0];
+}
+
+/* Null when there is none: a session ends with the kxqos-lab that began it, whatever still runs. */
+static struct gateway_session *read_session(void)
+{
+    const off_t first = offsetof(struct gateway_session, faults);
+    const int fd = open_session();
+    bool whole;
 
     if (fd < 0)
         return NULL;
-    if (fstat(fd, &status) == 0 && status.st_size == (off_t)sizeof(struct gateway_session))
-        mapping = mmap(NULL, sizeof(struct gateway_session), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    whole = pread(fd, &session, (size_t)first, 0) == first && session.fault_count <= GATEWAY_FAULTS &&
+            pread(fd, session.faults, faults_size(), first) == (ssize_t)faults_size();
     close(fd);
-    return mapping == MAP_FAILED ? NULL : mapping;
+    return whole ? &session : NULL;
+}
+
+void visit_keep_session(const struct visit *visit)
+{
+    const int fd = visit->session == NULL ? -1 : open_session();
+
+    if (fd < 0)
+        return;
+    if (pwrite(fd, session.faults, faults_size(), offsetof(struct gateway_session, faults)) < 0)
+        errno = 0; /* nothing can be done about it */
+    close(fd);
 }
 
 /* True when the last line of a trace was cut off: its writer was killed, or the disk was full. */
@@ -61,7 +86,7 @@ static void append(int fd, const char *text, size_t length)
 static void write_trace(const struct text *line)
 {
     const char *path = lab_variable(LAB_TRACE);
-    const int fd = path == NULL ? -1 : open(path, O_WRONLY | O_APPEND | O_CLOEXEC);
+    const int fd = path == NULL || line->length == 0 ? -1 : open(path, O_WRONLY | O_APPEND | O_CLOEXEC);
     sigset_t all;
     sigset_t before;
 
@@ -91,14 +116,19 @@ bool visit_begin(struct visit *visit)
     }
     if (!store_open(&visit->store, path))
         return false;
-    visit->session = map_session();
+    visit->session = read_session();
+    visit_drop_line(visit);
     return true;
+}
+
+void visit_drop_line(struct visit *visit)
+{
+    visit->line.text = text_in(visit->line.buffer, sizeof visit->line.buffer);
 }
 
 void visit_end(struct visit *visit)
 {
     write_trace(&visit->line.text);
-    if (visit->session != NULL)
-        munmap(visit->session, sizeof *visit->session);
+    visit_keep_session(visit);
     store_close(&visit->store);
 }

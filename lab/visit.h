@@ -15,7 +15,7 @@
 
 struct visit {
     struct store store;
-    struct gateway_session *session;
+    struct gateway_session *session; /* null for one without faults */
     struct gateway_line line;
 };
 
@@ -28,7 +28,13 @@ bool visit_is_seen(void);
 /* Opens and locks. Gives false and errno when there is no lab or its state cannot be used. */
 bool visit_begin(struct visit *visit);
 
-/* Writes the line to the trace and unlocks. */
+/* Keeps what the faults have counted, for a process that is about to be killed. */
+void visit_keep_session(const struct visit *visit);
+
+/* For an event that could not be carried out. */
+void visit_drop_line(struct visit *visit);
+
+/* Writes the line to the trace, keeps what the faults have counted, and unlocks. */
 void visit_end(struct visit *visit);
 
 #endif

@@ -79,18 +79,24 @@ static void reboot(void)
 
     control("reboot", "");
     open_state(&store, state);
-    store_reset(&store);
+    if (!store_reset(&store))
+        give_up(state);
     store_close(&store);
 }
 
 static void offer(const char *packets)
 {
     struct store store;
+    struct library *library;
 
     control("traffic ", packets);
     open_state(&store, state);
-    library_offer(store_begin(&store, STORE_LIBRARY), (uint32_t)strtoul(packets, NULL, 10));
-    store_commit(&store, STORE_LIBRARY);
+    library = store_begin(&store, STORE_LIBRARY);
+    if (library == NULL)
+        give_up(state);
+    library_offer(library, (uint32_t)strtoul(packets, NULL, 10));
+    if (!store_commit(&store, STORE_LIBRARY))
+        give_up(state);
     store_close(&store);
 }
 

@@ -7,6 +7,8 @@
  *     lab-client rules PROFILE FROM TO   adds rules
  *     lab-client walk PROFILE            prints the rules of a profile
  *     lab-client storm PROFILE           over and over: empties the profile, then adds rules 1, 2, 3 and so on
+ *     lab-client cut FILE                over and over: cuts a file short and makes it as long as it was
+ *     lab-client flip FILE SEED COUNT    changes so many pseudo-random bytes of a state file, behind its header
  *     lab-client fork                    eight children add 20 rules each through one descriptor
  *     lab-client library                 calls every function of the library once; prints results and outputs
  *
@@ -22,6 +24,7 @@
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -126,6 +129,38 @@ static void storm(int profile, int rules)
         send_request(KXQOS_REQUEST(KXQOS_RULE_RESET), &record);
         add_rules(-1, profile, 1, rules);
     }
+}
+
+static void cut(const char *path)
+{
+    struct stat status;
+
+    if (stat(path, &status) != 0)
+        return;
+    alarm(60); /* should nobody end it */
+    while (truncate(path, 64) == 0 && truncate(path, status.st_size) == 0)
+        continue;
+}
+
+static void flip(const char *path, unsigned seed, int count)
+{
+    enum { header = 64 };
+    FILE *file = fopen(path, "r+b");
+    struct stat status;
+
+    if (file == NULL || fstat(fileno(file), &status) != 0) {
+        perror("lab-client");
+        exit(1);
+    }
+    srandom(seed);
+    for (; count > 0; count--) {
+        const long at = header + random() % (status.st_size - header);
+        fseek(file, at, SEEK_SET);
+        const int byte = fgetc(file);
+        fseek(file, at, SEEK_SET);
+        fputc(byte ^ (int)(1 + random() % 255), file);
+    }
+    fclose(file);
 }
 
 static int fork_and_add(void)
@@ -251,6 +286,10 @@ int main(int argc, char **argv)
         print_walk(number_of(argv[2]));
     else if (strcmp(what, "storm") == 0 && argc == 3)
         storm(number_of(argv[2]), 60);
+    else if (strcmp(what, "cut") == 0 && argc == 3)
+        cut(argv[2]);
+    else if (strcmp(what, "flip") == 0 && argc == 5)
+        flip(argv[2], (unsigned)number_of(argv[3]), number_of(argv[4]));
     else if (strcmp(what, "fork") == 0 && argc == 2)
         return fork_and_add() != 0;
     else if (strcmp(what, "library") == 0 && argc == 2) {

@@ -126,6 +126,19 @@ class Model : public ::testing::Test {
     }
 };
 
+// A state file may hold anything.
+
+TEST_F(Model, FirstHalfThatSaysItIsAnother)
+{
+    kxqos_rl_ioctl_t first = half(1, RATELIMIT_MODE_VLAN, 0);
+    first.portRule[0].rate = 7;
+    EXPECT_EQ(send(KXQOS_RATE_LIMIT_SET, first), 0);
+    module_->first_halves[1].secondPart = 255;
+    kxqos_rl_ioctl_t second = half(1, RATELIMIT_MODE_VLAN, 1);
+    EXPECT_EQ(send(KXQOS_RATE_LIMIT_SET, second), 0);
+    EXPECT_EQ(get_half(1, 0).portRule[0].rate, 7U);
+}
+
 // Requests
 
 // The payload of each request there is, by its number.
