@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <getopt.h>
 #include <limits.h>
 #include <signal.h>
 #include <spawn.h>
@@ -84,74 +85,81 @@ static uint32_t traffic_of(const char *typed)
     return number;
 }
 
-/* Takes an option that stands alone. */
-static bool take_task(struct options *options, const char *word)
+static void take_task(struct options *options, enum task task, const char *word)
 {
-    enum task task;
-
-    if (text_same(word, "--reboot"))
-        task = reboot;
-    else if (text_same(word, "--status"))
-        task = show_status;
-    else if (text_same(word, "--log"))
-        task = show_log;
-    else
-        return false;
     if (options->task != run_command)
         fail("%s: one of --reboot, --status and --log at a time", word);
     options->task = task;
-    return true;
 }
 
-/* Takes an option with a value. */
-static bool take_option(struct options *options, const char *word, const char *value)
+static const struct option known_options[] = {
+    {"state", required_argument, NULL, 's'},
+    {"trace", required_argument, NULL, 't'},
+    {"preload", required_argument, NULL, 'p'},
+    {"emulator", required_argument, NULL, 'e'},
+    {"fault", required_argument, NULL, 'f'},
+    {"traffic", required_argument, NULL, 'n'},
+    {"reboot", no_argument, NULL, 'r'},
+    {"status", no_argument, NULL, 'S'},
+    {"log", no_argument, NULL, 'l'},
+    {"help", no_argument, NULL, 'h'},
+    {NULL, 0, NULL, 0},
+};
+
+/* Takes what getopt_long found; word is how it was typed. */
+static void take_option(struct options *options, int found, const char *word)
 {
-    const struct {
-        const char *word;
-        const char **value;
-    } table[] = {
-        {"--state", &options->state},
-        {"--trace", &options->trace},
-        {"--preload", &options->preload},
-        {"--emulator", &options->emulator},
-    };
-
-    for (unsigned i = 0; i < sizeof table / sizeof table[0]; i++) {
-        if (text_same(word, table[i].word)) {
-            *table[i].value = value;
-            return true;
-        }
+    switch (found) {
+    case 's':
+        options->state = optarg;
+        break;
+    case 't':
+        options->trace = optarg;
+        break;
+    case 'p':
+        options->preload = optarg;
+        break;
+    case 'e':
+        options->emulator = optarg;
+        break;
+    case 'f':
+        add_fault(optarg);
+        break;
+    case 'n':
+        options->traffic = traffic_of(optarg);
+        break;
+    case 'r':
+        take_task(options, reboot, word);
+        break;
+    case 'S':
+        take_task(options, show_status, word);
+        break;
+    case 'l':
+        take_task(options, show_log, word);
+        break;
+    case 'h':
+        fputs(usage, stdout);
+        exit(0);
+    case ':':
+        fail("%s: a value is missing", word);
+    default:
+        fail("%s: unknown option; kxqos-lab --help shows those that there are", word);
     }
-    if (text_same(word, "--fault"))
-        add_fault(value);
-    else if (text_same(word, "--traffic"))
-        options->traffic = traffic_of(value);
-    else
-        return false;
-    return true;
 }
 
-static struct options read_options(char **words)
+/* Options end where the command begins, whose own are not looked at. */
+static struct options read_options(int argc, char **argv)
 {
     struct options options = {.traffic = -1};
+    const char *word = argv[optind];
+    int found;
 
-    while (*words != NULL && (*words)[0] == '-') {
-        char *word = *words++;
-        if (text_same(word, "--"))
-            break;
-        if (text_same(word, "--help")) {
-            fputs(usage, stdout);
-            exit(0);
-        }
-        if (take_task(&options, word))
-            continue;
-        if (!take_option(&options, word, *words != NULL ? *words : ""))
-            fail("%s: unknown option; kxqos-lab --help shows those that there are", word);
-        if (*words++ == NULL)
-            fail("%s: a value is missing", word);
+    while ((found = getopt_long(argc, argv, "+:", known_options, NULL)) != -1) {
+        take_option(&options, found, word);
+        word = argv[optind];
     }
-    if (*words != NULL)
-        options.command = words;
+    if (optind < argc)
+        options.command = argv + optind;
     if (options.task != run_command &&
         (options.command != NULL || options.trace != NULL || options.traffic >= 0 || options.preload != NULL ||
          options.emulator != NULL || session.fault_count != 0))
@@ -405,7 +413,7 @@ static int run_in_lab(const struct options *options, struct store *store, const 
 
 int main(int argc, char **argv)
 {
-    const struct options options = read_options(argv + (argc > 0));
+    const struct options options = read_options(argc, argv);
     const char *state = options.state != NULL ? options.state : usual_state();
     struct store store;
 
