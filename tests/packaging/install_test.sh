@@ -37,4 +37,7 @@ same 'RUNPATH in the build folder' "[\$ORIGIN]" \
 bin/kxqos-lab --state "$work/state" -- kxqosctl bucket 7 rate 1024
 same 'in the lab' 'bucket 7 rate 1024' \
     "$(bin/kxqos-lab --state "$work/state" -- kxqosctl configuration show | grep ^bucket)"
+# Uninstalled.
+sed "s|^|$work/root|" "$build/install_manifest.txt" | xargs -d '\n' rm || failures=$((failures + 1))
+same 'what is left' '' "$(find . ! -type d)"
 [ $failures -eq 0 ] && echo 'installed below DESTDIR, and right'

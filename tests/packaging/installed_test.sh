@@ -95,6 +95,7 @@ same 'enabled' 'enabled yes' "$(enabled) $(linked)"
 dpkg_in_root --install "/root/$tool" # back, as dpkg allows
 same 'another version, enabled' 'enabled yes' "$(enabled) $(linked)"
 dpkg_in_root --remove kxqosctl
+same 'removed, still enabled' yes "$([ -L $link ] && echo yes)"
 dpkg_in_root --install "/root/$tool"
 same 'removed and back, enabled' 'enabled yes' "$(enabled) $(linked)"
 in_root systemctl --quiet disable kxqos
@@ -105,8 +106,10 @@ in_root systemctl --quiet enable kxqos
 same 'what the scripts do to a running system' '' \
     "$(grep -h -e invoke -e 'systemctl.*start' -e kxqos-restore root/var/lib/dpkg/info/kxqos*.p[or]* | grep -v '^#')"
 
+# What was saved is not the packages'.
+cp root/root/saved root/etc/kxqos.conf
 dpkg_in_root --purge kxqosctl kxqos-lab
 rm -r root/root/*
-same 'what is left' '' "$(find upper ! -type d ! -path 'upper/var/lib/dpkg/*')"
+same 'what is left' upper/etc/kxqos.conf "$(find upper ! -type d ! -path 'upper/var/lib/dpkg/*')"
 
 [ $failures -eq 0 ] && echo 'the packages are installed, and leave as they came'
