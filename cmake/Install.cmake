@@ -28,4 +28,7 @@ install(FILES docs/kxqosctl.8 tools/kxqos-save.8 tools/kxqos-restore.8
 # In a folder of their own, where the lab looks for them, and where the stand-in never hides a gateway's own libkx.
 install(TARGETS kxqos-lab RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT lab)
 install(TARGETS kx kxqos-lab-preload LIBRARY DESTINATION lib/kxqos-lab COMPONENT lab)
+if(EXISTS ${PROJECT_SOURCE_DIR}/lab/kxqos-lab.1)
+  install(FILES lab/kxqos-lab.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT lab)
+endif()
 install(FILES lab/README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kxqos-lab COMPONENT lab)

@@ -15,8 +15,8 @@ copy_tree() {
     (cd "$tree" && cp -r CMakeLists.txt cmake completions debian docs include lab packaging scripts src tools "$1")
 }
 
-same 'an option alone' 'build-deb: not a folder: -aarm64 (--help tells more) 2' \
-    "$("$tree/packaging/build-deb" -aarm64 2>&1) $?"
+said=$("$tree/packaging/build-deb" -aarm64 2>&1)
+same 'an option alone' '2 build-deb: not a folder: -aarm64 (--help tells more)' "$? $said"
 same 'help' 'Builds the Debian packages from a clean build: packaging/build-deb [FOLDER [OPTIONS]]' \
     "$("$tree/packaging/build-deb" --help | head -n 1)"
 
@@ -39,10 +39,18 @@ done
 same 'version of the changelog' "kxqosctl ($version)" "$(sed -n '1s/ unstable.*//p' "$tree/debian/changelog")"
 same 'files among the sources' "$before" "$(find "$work/one" | sort)"
 
-# Errors, warnings and overrides that nothing needs; the lab has a README instead of a manual page. lintian must have
-# looked: the missing licence is always there, and overridden.
+# The lab's manual page, if it has one, is in the package.
+page=''
+missing='W: kxqos-lab: no-manual-page [usr/bin/kxqos-lab]'
+if [ -e "$tree/lab/kxqos-lab.1" ]; then
+    page=./usr/share/man/man1/kxqos-lab.1.gz
+    missing=''
+fi
+
+# Errors, warnings and overrides that nothing needs. lintian must have looked: the missing licence is always there, and
+# overridden.
 lintian --no-cfg --allow-root --display-info --show-overrides ./*.deb >"$work/lintian" 2>&1
-same 'lintian' 'W: kxqos-lab: no-manual-page [usr/bin/kxqos-lab]' "$(grep -v -e '^[ION]: ' -e '^N:$' "$work/lintian")$(
+same 'lintian' "$missing" "$(grep -v -e '^[ION]: ' -e '^N:$' "$work/lintian")$(
     grep -e unused-override -e mismatched-override "$work/lintian")"
 same 'overrides' 2 "$(grep -c '^O: .*: no-copyright-file' "$work/lintian")"
 
@@ -51,6 +59,7 @@ root=$work/root
 for deb in *.deb; do
     dpkg-deb -x "$deb" "$root"
 done
+same 'the lab'\''s manual page' "$page" "$(cd "$root" && find ./usr/share/man -name 'kxqos-lab*')"
 same 'files' './usr/bin/kxqos-lab
 ./usr/bin/kxqos-restore
 ./usr/bin/kxqos-save
@@ -64,7 +73,8 @@ same 'files' './usr/bin/kxqos-lab
 ./usr/share/man/man8/kxqos-save.8.gz
 ./usr/share/man/man8/kxqosctl.8.gz
 ./usr/share/zsh/vendor-completions/_kxqosctl' \
-    "$(cd "$root" && find . ! -type d ! -path './usr/share/doc/*' ! -path './usr/share/lintian/*' |
+    "$(cd "$root" && find . ! -type d ! -path './usr/share/doc/*' ! -path './usr/share/lintian/*' \
+        ! -name 'kxqos-lab.1*' |
         sed 's|^\./lib/|./usr/lib/|' | sort)"
 
 # The C library that is declared is the one that is needed, and nothing else is.

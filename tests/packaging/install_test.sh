@@ -4,12 +4,16 @@ set -u
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 build=$1
+tree=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 DESTDIR=$work/root cmake --install "$build" --prefix /opt/kx >/dev/null || exit
 same 'outside the prefix' opt/kx "$(cd "$work/root" && echo */*)"
 cd "$work/root/opt/kx" || exit
+page=''
+[ ! -e "$tree/lab/kxqos-lab.1" ] || page=./share/man/man1/kxqos-lab.1
+same 'the lab'\''s manual page' "$page" "$(find ./share/man -name 'kxqos-lab*')"
 same 'files' './bin/kxqos-lab
 ./bin/kxqos-restore
 ./bin/kxqos-save
@@ -23,7 +27,7 @@ same 'files' './bin/kxqos-lab
 ./share/man/man8/kxqos-restore.8
 ./share/man/man8/kxqos-save.8
 ./share/man/man8/kxqosctl.8
-./share/zsh/site-functions/_kxqosctl' "$(find . -type f | sort)"
+./share/zsh/site-functions/_kxqosctl' "$(find . -type f ! -name 'kxqos-lab.1' | sort)"
 for program in bin/kxqos-lab bin/kxqos-restore bin/kxqos-save bin/kxqosctl; do
     same "$program is a program" yes "$([ -x $program ] && echo yes)"
 done
