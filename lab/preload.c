@@ -210,6 +210,34 @@ EXPORTED int open64(const char *file, int oflag, ...)
     return is_lab_device(file) ? open_device(oflag, mode) : real_open64(file, oflag, mode);
 }
 
+#ifdef __GLIBC__
+/* What clang calls in place of open and open64 with _FORTIFY_SOURCE, from glibc 2.40 on. */
+EXPORTED int open_checked(const char *file, int oflag) __asm__("__open_2");
+EXPORTED int open64_checked(const char *file, int oflag) __asm__("__open64_2");
+
+int open_checked(const char *file, int oflag)
+{
+    static int (*next)(const char *, int);
+
+    if (is_lab_device(file))
+        return open_device(oflag, 0);
+    if (next == NULL)
+        find_next("__open_2", &next);
+    return next(file, oflag);
+}
+
+int open64_checked(const char *file, int oflag)
+{
+    static int (*next)(const char *, int);
+
+    if (is_lab_device(file))
+        return open_device(oflag, 0);
+    if (next == NULL)
+        find_next("__open64_2", &next);
+    return next(file, oflag);
+}
+#endif
+
 EXPORTED int ioctl(int fd, ioctl_request request, ...)
 {
     va_list rest;
