@@ -185,7 +185,7 @@ enum kxqos_limit {
 
 /* Wire records */
 
-/* An IPv4 or an IPv6 address. For IPv4 the twelve bytes behind it stay as they were. */
+/* An IPv4 or an IPv6 address. For IPv4 the twelve bytes after it stay as they were. */
 typedef union ip_addr_u {
     uint32_t ipv4Addr;        /* host byte order, the first dotted octet most significant */
     struct in6_addr ipv6Addr; /* network byte order */

@@ -9,7 +9,7 @@ const action_field action_fields[KXQOS_ACTION_MAX] = {
     {"queue",        "Mapping to queue",       VALUE(queue),      0, 7},
     {"rate-bucket",  "Mapping to rate bucket", VALUE(rateBucket), 1, KXQOS_BUCKET_LAST},
     {"8021p",        "Change 802.1p priority", VALUE(newPri),     0, 7},
-    {"dscp",         "Change DSCP",            VALUE(newDscp),    0, 255}, // more than a DSCP has: meant
+    {"dscp",         "Change DSCP",            VALUE(newDscp),    0, 255}, // kept: wider than a 6-bit DSCP
     {"counter",      "Mapping to counter",     VALUE(counterID),  1, KXQOS_COUNTER_LAST},
     {"dbgon",        "Enable skb debug flag",  0, 0, 0, 0},
     {"bypass-kxnat", "Bypass kxnat",           0, 0, 0, 0},

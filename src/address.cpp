@@ -36,8 +36,8 @@ static void cut(char *copy, int size, const char *begin, const char *end)
     *copy = '\0';
 }
 
-// Six groups of one or two digits, as glibc's ether_aton reads them; other libraries' take other words. Behind two
-// digits at the end anything may stand, and behind one a blank and anything: kept, scripts may rely on it.
+// Six groups of one or two digits, as glibc's ether_aton reads them; other libraries' take other words.
+// kept: anything may follow two digits at the end, and a blank and anything one digit, because glibc's took that
 static int read_mac(const char *text, const char *end, unsigned char *mac)
 {
     unsigned char bytes[mac_size];
@@ -115,7 +115,7 @@ int ip_mask(const char *mask, u32 *ipMask)
     const unsigned long long length = read_number(mask, &stop, 10);
     if (*stop != '\0' || length > 32)
         return -1;
-    // Length 0 is all ones like 32, and so is no text at all: meant.
+    // kept: length 0 is all ones like 32, and so is no text at all
     *ipMask = length == 0 ? 0xFFFFFFFF : 0xFFFFFFFF << (32 - length);
     return 0;
 }
@@ -127,7 +127,7 @@ int parse_ip_addr(const char *argStr, u32 *ipAddr, u32 *ipMask, int *rangeMode, 
     *inverseFlag = *argStr == '!';
     const divided_word word = divide(argStr + *inverseFlag);
     const char mark = *word.mark;
-    // The end of a range is read as a mask is, so it may be a prefix length: meant.
+    // kept: the end of a range is read as a mask is, so it may be a prefix length
     if (mark == '\0')
         *ipMask = 0xFFFFFFFF;
     else if (ip_mask(word.mark + 1, ipMask) != 0)
@@ -156,7 +156,7 @@ in6_addr parse_ip6_mask(const char *mask)
     if (numeric_to_addr(mask, &bits) == 0)
         return bits;
     unsigned int length = 0;
-    // A bad mask is reported and counts as length 0, and no newline follows the report: both meant.
+    // kept: a bad mask is reported and counts as length 0; no newline follows the report
     if (string_to_number(mask, 0, 128, &length) != 0)
         print("Invalid IPv6 Mask '%s' specified", mask);
     bits = {};
@@ -170,7 +170,7 @@ static int parse_ipv6_range(const char *begin, const char *end, in6_addr *addr, 
 {
     constexpr int fixed = 14; // only the last 16 bits may vary
     if (numeric_to_addr(begin, addr) != 0 || numeric_to_addr(end, msk) != 0) {
-        // A bad end is reported with the begin text too: meant.
+        // kept: a bad end is reported with the begin text too
         print("Invalid IPv6 Address '%s' specified \n", begin);
         return -1;
     }
@@ -191,7 +191,7 @@ static int parse_ipv6_masked(const char *text, const char *maskText, in6_addr *a
     if (IN6_IS_ADDR_UNSPECIFIED(msk))
         text = "::";
     if (numeric_to_addr(text, addr) != 0) {
-        print("Invalid IPv6 Address '%s' specified", text); // no newline: meant
+        print("Invalid IPv6 Address '%s' specified", text); // kept: no newline
         return -1;
     }
     for (size_t i = 0; i < sizeof addr->s6_addr; i++)
@@ -255,7 +255,7 @@ char *ip62str(const in6_addr *addrp, char *buf, int bufLen)
 {
     constexpr int groups = 8;
     u32 group[groups];
-    // The longest run of zeros, of several the first. A zero alone is none.
+    // The longest run of zeros, of several the first. A single zero is not a run.
     int begin = groups;
     int longest = 1;
     int zeros = 0;
@@ -305,7 +305,7 @@ char *ip6mask2str(const in6_addr *msk, char *buf, int bufLen)
     cleared(buf, bufLen);
     const int length = ip6mask2cidr(msk);
     if (length == 128)
-        return buf; // a full mask is shown as nothing: meant
+        return buf; // kept: a full mask is shown as nothing
     buf[0] = '/';
     if (length >= 0)
         put_decimal(buf + 1, static_cast<u32>(length));

@@ -21,13 +21,13 @@ int parse_mac_addr(const char *argStr, unsigned char *mac, unsigned char *mask, 
 int parse_ip_addr(const char *argStr, u32 *ipAddr, u32 *ipMask, int *rangeMode, int *inverseFlag);
 // A dotted quad. Only its first 19 characters are looked at.
 int undot_ip(const char *ip, u32 *ipaddr);
-// A dotted quad or a prefix length; the length 0 gives all ones, as 32 does: meant.
+// A dotted quad or a prefix length; kept: the length 0 gives all ones, as 32 does.
 int ip_mask(const char *mask, u32 *ipMask);
 
 // Addresses and masks in network order. Prints its own messages, two of them without a newline. A range may vary only
 // the last 16 bits. Only the first 255 characters are looked at.
 int parse_ipv6_addr(const char *address, in6_addr *addr, in6_addr *msk, int *rangeMode, int *inverseFlag);
-// A mask from an address or a prefix length; a bad one is reported and becomes all zero: meant.
+// A mask from an address or a prefix length; kept: a bad one is reported and becomes all zero.
 in6_addr parse_ip6_mask(const char *mask);
 
 // Formatters: clear bufLen bytes of buf, fill it with terminated text and return it.

@@ -15,7 +15,7 @@ static void print_match_fields(const kxqos_rule_t *rule)
     int bit = 0;
     bool first = true;
     while (u8_bitmap_get_next_bit(rule->fieldSel, 32, &bit) != 0) {
-        if (first) // before bits that are no field, too: meant
+        if (first) // kept: also when the only bits set are those of no field
             print(" match");
         first = false;
         if (bit > KXQOS_MATCH_MAX)

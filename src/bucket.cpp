@@ -69,5 +69,5 @@ int do_rate_bucket_command(int count, const char *const *words)
     if (begins(words[1], "delete", 2))
         return count > 2 ? invalid_command() : kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_BUCKET_DELETE), &bucket);
     print_line("Err: Unknown command! ");
-    return 0; // not a failure: meant
+    return 0; // kept: scripts rely on status 0 here
 }

@@ -11,8 +11,8 @@
 #include "usage.h"
 #include "words.h"
 
-// The first row that matches is taken. The short comparisons are meant; where two names share their first characters,
-// more of them count.
+// The first row that matches is taken.
+// kept: scripts abbreviate, so few characters count; more do where two names share their first ones.
 const command commands[command_count] = {
     {"rule", 2, do_rule_command, rule_cmd_usage},
     {"bucket", 2, do_rate_bucket_command, rate_bucket_cmd_usage},

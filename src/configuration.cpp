@@ -52,7 +52,7 @@ static bool read_state(kxqos_request nr, u32 *state)
 
 static void dump_switches()
 {
-    // Each is shown in only one of its states: meant.
+    // kept: each is shown in only one of its states, the one that a gateway just switched on does not have
     u32 state = 0;
     if (read_state(KXQOS_PURE_DSCP_GET, &state) && state != 0)
         print_line("puredscpremark enable ");

@@ -1,4 +1,4 @@
-// The one door to the kernel module.
+// The seam to the kernel module.
 #ifndef KXQOSCTL_DEVICE_H
 #define KXQOSCTL_DEVICE_H
 

@@ -119,7 +119,7 @@ static int change_limit(kxqos_rl_t *db, const limit_words &words, uint32_t rate)
     if (begins(words.object, "port", 2))
         return change_port_limit(db, words, rate);
     print("Err: unknow argument %s\n", words.object);
-    return write_back(db, -1); // the unchanged database: meant
+    return write_back(db, -1); // kept: the unchanged database is sent, as it always was
 }
 
 static int change_database(kxqos_rl_t *db, int count, const char *const *words)
@@ -129,7 +129,7 @@ static int change_database(kxqos_rl_t *db, int count, const char *const *words)
     const bool addition = begins(words[1], "add", 2);
     if (!addition && !begins(words[1], "delete", 2)) {
         rate_limit_cmd_usage();
-        return write_back(db, -1); // the unchanged database: meant
+        return write_back(db, -1); // kept: the unchanged database is sent, as it always was
     }
     // A deletion wants its rate too, though it is not used. A word other than "rate" is refused, so that a slip of
     // the pen never installs a limit of 0.

@@ -29,7 +29,7 @@ int get_rate_limit_db(kxqos_rl_t *cfg)
     if (read_half(cfg, &half, 0) != 0)
         return -1;
     cfg->mode = half.mode; // that of the second answer is not used
-    // The second request carries the first answer, with only its part changed: meant.
+    // kept: the second request carries the first answer, with only its part changed
     return read_half(cfg, &half, 1);
 }
 

@@ -32,7 +32,8 @@ static bool same_key(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b)
     return a.port == b.port;
 }
 
-// Switching a whole table is told as "disable" for addresses and "enable" for the others, whichever way it goes: meant.
+// kept: a failure while a whole table is switched says "disable" for addresses and "enable" for the others, whichever
+// way it goes; logs are searched for these words
 
 static void report(const kxqos_ip_rl_t &limit, step what)
 {
@@ -61,7 +62,7 @@ static void announce_addition(const kxqos_vlan_rl_t & /*limit*/, int index)
     print("add to a free entry %d\n", index);
 }
 
-// Only an addition to the VLAN table is announced: meant.
+// kept: only an addition to the VLAN table prints a line, which scripts expect
 template <typename Limit> static void announce_addition(const Limit & /*limit*/, int /*index*/) {}
 
 // What is the same for all: a table with the mode in which the switch enforces it.

@@ -14,7 +14,7 @@ struct line_form {
     char separator[2];
 };
 
-// Only the command form says "ip", which the command takes; for people it is "ip4": meant.
+// kept: for people an IPv4 limit is "ip4"; the command takes "ip" alone
 static constexpr line_form readable = {"  ", "", "ip4", ","};
 static constexpr line_form command = {"limit ", " add", "ip", ""};
 

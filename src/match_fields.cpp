@@ -13,7 +13,7 @@
     offsetof(kxqos_rule_t, field) + offsetof(kxqos_entry_t, member), sizeof(kxqos_entry_t::member)
 
 const match_field match_fields[KXQOS_MATCH_MAX] = {
-    // keyword, characters that count, kind, place and size, digits, maximum, label (four blanks or a tab: meant)
+    // keyword, characters that count, kind, place and size, digits, maximum, label (kept: four blanks or a tab, as scripts know them)
     {"dmac",       2, match_kind::mac,           ENTRY(dstMac),       0, 0,          "    dmac"},
     {"smac",       2, match_kind::mac,           ENTRY(srcMac),       0, 0,          "    smac"},
     {"ethertype",  2, match_kind::hexadecimal,   ENTRY(etherType),    4, 65535,      "    ethertype"},

@@ -44,7 +44,7 @@ inline const void *match_value(const kxqos_rule_t *rule, const match_field &row)
 }
 
 // The mask or range end of a value: the same member of the record's second half. Null for the members that stand
-// behind both halves and have none.
+// after both halves and have none.
 inline constexpr size_t mask_distance = offsetof(kxqos_rule_t, mask) - offsetof(kxqos_rule_t, field);
 
 inline bool has_mask(const match_field &row)

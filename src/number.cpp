@@ -1,7 +1,7 @@
 #include "number.h"
 #include "output.h"
 
-// The largest mask of a match value, whatever the field's own maximum: meant.
+// kept: the largest mask of a match value, whatever the field's own maximum
 static constexpr u32 mask_maximum = 65535;
 static constexpr u32 default_mask = 0xFFFF;
 
@@ -31,7 +31,7 @@ unsigned long long read_number(const char *text, const char **stop, u32 base)
         base = *text == '0' ? 8 : 10;
         if (base == 8 && (text[1] | 0x20) == 'x') {
             base = 16;
-            *stop = text + 1; // without a digit behind the x it is a 0 that ends there
+            *stop = text + 1; // without a digit after the x it is a 0 that ends there
             text += 2;
         }
     }
@@ -161,7 +161,7 @@ static int parse_narrow_with_range(const char *argStr, Narrow *begin, Narrow *en
     u32 wideEnd = 0;
     if (parse_u32_with_range(argStr, &wideBegin, &wideEnd, min, max, rangeMode, inverseFlag) != 0)
         return -1;
-    // A mask wider than the field loses its upper bits: meant.
+    // kept: a mask wider than the field loses its upper bits
     *begin = static_cast<Narrow>(wideBegin);
     *end = static_cast<Narrow>(wideEnd);
     return 0;

@@ -24,7 +24,7 @@ u32 hex_digit(char c);
 unsigned long long read_number(const char *text, const char **stop, u32 base);
 
 // min and max are inclusive and compared as unsigned 32-bit numbers, so a max of -1 takes every value.
-// *val is written before any check, also when the call then fails: meant.
+// kept: *val is written before any check, also when the call then fails; what is sent after a bad word depends on it.
 int parse_u32(const char *argStr, u32 *val, int min, int max);
 // *val is written only on success.
 int parse_u16(const char *argStr, u16 *val, int min, int max);

@@ -1,9 +1,9 @@
-// The way to standard output. Everything the tool prints goes through here, into the same stream that the library
+// The seam to standard output. Everything the tool prints goes through here, into the same stream that the library
 // prints to.
 #ifndef KXQOSCTL_OUTPUT_H
 #define KXQOSCTL_OUTPUT_H
 
-// Prints the text and a newline: a text that ends in one gives an empty line behind it.
+// Prints the text and a newline: a text that ends in one gives an empty line after it.
 void print_line(const char *text);
 
 // Prints as printf does, with no newline added.

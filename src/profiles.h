@@ -28,7 +28,7 @@ enum class profile_word : uint8_t {
     none
 };
 
-// Reads the word into *profileID, which is written only for a name or a number. A null word is none.
+// Reads the word into *profileID, which is written only for a name or a number. A null word gives none.
 profile_word read_profile(const char *word, uint16_t *profileID);
 
 #endif

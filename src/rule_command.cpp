@@ -67,7 +67,7 @@ static int show_rule(kxqos_rule_t *rule)
     return result;
 }
 
-// The sub-command and, behind it, count words of its own.
+// The sub-command and, after it, count words of its own.
 static int do_sub_command(const char *name, int count, const char *const *words, kxqos_rule_t *rule)
 {
     if (begins(name, "match", 2))
@@ -79,7 +79,7 @@ static int do_sub_command(const char *name, int count, const char *const *words,
     if (begins(name, "show", 2))
         return count > 0 ? invalid_command() : show_rule(rule);
     print_line("Err: Unknown command! ");
-    return 0; // not a failure: meant
+    return 0; // kept: scripts rely on status 0 here
 }
 
 int do_rule_command(int count, const char *const *words)
@@ -88,7 +88,7 @@ int do_rule_command(int count, const char *const *words)
         return incomplete_command();
     kxqos_rule_t rule;
     clear(&rule);
-    // Wider than any profile, whose own limit is checked below: meant.
+    // kept: wider than any profile's own limit, which is checked below with a message of its own
     if (parse_u16(words[0], &rule.rule_id, 1, 4096) != 0)
         return -1;
     int sub = 1;

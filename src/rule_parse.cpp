@@ -33,7 +33,7 @@ static int parse_number_value(const match_field &row, const char *text, void *va
 
 static int parse_port_map(const match_field &row, const char *text, void *value, value_flags *flags)
 {
-    u32 unused = 0; // a map has neither mask nor range; what was given of either is dropped: meant
+    u32 unused = 0; // kept: a map has neither mask nor range, and what was given of either is dropped
     const int result = parse_number_value(row, text, value, &unused, flags);
     flags->range = 0;
     return result;
@@ -41,7 +41,7 @@ static int parse_port_map(const match_field &row, const char *text, void *value,
 
 static int parse_device_name(const char *text, char *name, value_flags *flags)
 {
-    if (text == nullptr || strlen(text) >= KXQOS_DEVICE_NAME_SIZE) // a "!" counts: meant
+    if (text == nullptr || strlen(text) >= KXQOS_DEVICE_NAME_SIZE) // kept: a "!" counts
         return -1;
     flags->inverse = *text == '!';
     strncpy(name, text + flags->inverse, KXQOS_DEVICE_NAME_SIZE); // clears what an earlier, longer name left
@@ -77,7 +77,7 @@ static void report_bad_value(const match_field &row)
 {
     if (row.kind != match_kind::mac && row.kind != match_kind::ipv4 && row.kind != match_kind::ipv6)
         return;
-    // The egress fields are reported under the ingress field's name: meant.
+    // kept: an egress field is reported under the ingress field's name
     const char *name = row.keyword[0] == 'e' ? row.keyword + 1 : row.keyword;
     print("Err: %s address format error \n", name);
 }
@@ -90,7 +90,7 @@ static int parse_match_field(int field, const char *text, kxqos_rule_t *rule)
         report_bad_value(row);
         return -1;
     }
-    // The mode of protocol bits is left as it was, though a range is stored: meant.
+    // kept: the mode of protocol bits is left as it was, though a range is stored
     if (row.kind != match_kind::protocol_bits)
         set_field(rule->fieldMode, field, flags.range != 0);
     set_field(rule->fieldInverse, field, flags.inverse != 0);

@@ -241,10 +241,10 @@ void libkx_qos_api_test_example()
     print("@@@Case 1: Result[%s] \n\n", verdict(passed));
 
     print_line("@@@Case 2: create counter with special ID ");
-    passed = counter_with_number() && passed; // a failure of the first case carries over: meant
+    passed = counter_with_number() && passed; // kept: a failure of the first case carries over
     print("@@@Case 2: Result[%s] \n\n", verdict(passed));
 
-    // Two blanks after the colon from here on: meant.
+    // kept: two blanks after the colon from here on; the output is compared as a whole
     print_line("@@@Case 3: create rate bucket without ID ");
     print("@@@Case 3:  Result[%s] \n\n", verdict(exercise_bucket(0, "Error: create bucket fail ")));
 
@@ -256,5 +256,5 @@ void libkx_qos_api_test_example()
 
     print_line("@@@Case 6: qos get all rule testing ");
     rule_walk();
-    print("@@@Case 6:  Result[%s] \n\n", verdict(true)); // it has no other verdict: meant
+    print("@@@Case 6:  Result[%s] \n\n", verdict(true)); // kept: this case has no other verdict
 }

@@ -103,7 +103,7 @@ int do_fine_classification_command(int count, const char *const *words)
 int do_kxnat_refresh_command(int count, const char *const *words)
 {
     int result = -1;
-    // The module's word suppresses refreshing, so the states are the other way round: meant.
+    // inverted: the module's 1 suppresses the refresh
     set_switch(count, words, KXQOS_REFRESH_SET, 0, 1, &result);
     return result;
 }
@@ -115,7 +115,7 @@ int do_queue_command(int /*count*/, const char *const *words)
     kxqos_queue_map_t map;
     clear(&map);
     if (kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_QUEUE_MAP_GET), &map) != 0)
-        return 0; // not a failure: meant
+        return 0; // kept: scripts rely on status 0 here
     const uint8_t *prio = map.prio;
     print("  prio  : %-4d %-4d %-4d %-4d %-4d %-4d %-4d %-4d \n", 0, 1, 2, 3, 4, 5, 6, 7);
     print("  queue : %-4d %-4d %-4d %-4d %-4d %-4d %-4d %-4d \n\n", prio[0], prio[1], prio[2], prio[3], prio[4],

@@ -68,7 +68,7 @@ static void show_traffic(const char *what, int id, const traffic &seen)
           static_cast<long>(seen.downSpeed));
 }
 
-// A failed read of a flow or a host is silent, and a failed clearing not even looked at: both meant.
+// kept: a failed read of a flow or a host is silent, and the result of a clearing is not looked at
 
 // osgi <flow> counter <counter> (clear|show)
 static int test_osgi(int count, const char *const *words)
@@ -108,7 +108,7 @@ static int add_host(int host, const char *const *words)
         parse_u32(words[3], &downLimit, 0, limit_maximum) != 0 || parse_id(words[4], &bucket) != 0 ||
         parse_id(words[5], &counter) != 0)
         return -1;
-    // A failure of the library's is not looked at: meant.
+    // kept: the library's result is not looked at
     libkx_qos_hostEntryAdd(host, mac, static_cast<int>(statistics), upLimit, downLimit, &bucket, &counter);
     print("add flow %d, alloc bucket %d, counter %d \n", host, bucket, counter);
     return 0;
@@ -155,7 +155,7 @@ static int test_host(int count, const char *const *words)
     const int host = static_cast<int>(number);
     if (equals(words[2], "add") && count >= 9)
         return add_host(host, words + 3);
-    // The usage says "delete", but only "del" is taken: meant.
+    // kept: the usage says "delete", but only "del" is taken
     if (equals(words[2], "del") && count >= 6)
         return delete_host(host, words + 3);
     if (begins(words[2], "counter", 2) && count >= 5)
@@ -170,7 +170,7 @@ static int show_wan(const char *name)
     uint64_t downPkt = 0;
     uint64_t downBytes = 0;
     if (libkx_netApi_getWanStats(name, &upPkt, &upBytes, &downPkt, &downBytes) != LIBKX_RET_OK)
-        return 0; // silent: meant
+        return 0; // kept: silent
     print("wan %s: upPkts=%lld, upBytes=%lld, downPkts=%lld, downBytes=%lld \n", name, static_cast<long long>(upPkt),
           static_cast<long long>(upBytes), static_cast<long long>(downPkt), static_cast<long long>(downBytes));
     return 0;
@@ -190,8 +190,8 @@ static int limit_wan(const char *name, const char *up, const char *down)
 static int test_wan(int count, const char *const *words)
 {
     if (count <= 2)
-        return 0; // silent: meant
-    // A name of 16 characters passes, unlike elsewhere: meant.
+        return 0; // kept: silent
+    // kept: a name of 16 characters passes, unlike in a rule
     if (strlen(words[1]) > KXQOS_DEVICE_NAME_SIZE)
         return usage_and_fail();
     if (begins(words[2], "counter", 2))

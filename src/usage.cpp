@@ -3,14 +3,15 @@
 #include "output.h"
 #include "profiles.h"
 
-// Blanks at the ends of lines, empty last lines and ranges that differ from what is accepted are all meant.
+// kept: blanks at the ends of lines, empty last lines, and ranges that differ from what is accepted; the texts are
+// compared as they are.
 
 struct menu_row {
     char name[14];
     char description[50];
 };
 
-// queue, puredscpremark, fine-classifi and test are accepted, but left out here: meant.
+// kept: queue, puredscpremark, fine-classifi and test are accepted, but not listed here; the menu is compared as it is.
 static constexpr menu_row menu[] = {
     {"debug", "debug related configuration"},
     {"bucket", "rate bucket related configuration"},
@@ -130,7 +131,7 @@ void test_cmd_usage()
 void reset_cmd_usage()
 {
     const char *standard = qosProfileName[0].name;
-    // The promise of a default is not kept: meant.
+    // kept: the text promises a default that there is not
     print("Usage: \n"
           "  reset [profile (" PROFILES ")] \n"
           "    -if no profile specified, %s profile is applied \n"
