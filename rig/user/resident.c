@@ -223,10 +223,11 @@ static int listen_at(const char *path)
 {
     struct sockaddr_un address = {.sun_family = AF_UNIX};
     const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    const size_t length = path == NULL ? 0 : strlen(path);
 
-    if (path == NULL || strlen(path) >= sizeof address.sun_path)
+    if (length == 0 || length >= sizeof address.sun_path)
         give_up("KXQOS_RIG_SOCKET");
-    strcpy(address.sun_path, path);
+    memcpy(address.sun_path, path, length);
     if (listener < 0 || bind(listener, (const struct sockaddr *)&address, sizeof address) != 0 ||
         listen(listener, 16) != 0)
         give_up(path);

@@ -49,6 +49,8 @@ static int on_small_stack(void)
 static int in_place_of_main(int argc, char **argv, char **environment)
 {
     const char *limit = getenv("ROBUST_LIMIT");
+    if (limit == NULL)
+        abort();
     if (strcmp(limit, "stack") == 0) {
         run.argc = argc;
         run.argv = argv;

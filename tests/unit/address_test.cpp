@@ -444,7 +444,7 @@ void expect_text(const std::function<char *(char *, int)> &format, const std::st
     std::string expected = text;
     expected.resize(address_text_size, '\0');
     EXPECT_EQ(std::string(buffer.data(), address_text_size), expected);
-    EXPECT_EQ(buffer[address_text_size], '#');
+    EXPECT_EQ(buffer.back(), '#');
 }
 
 TEST(Formatters, Mac)

@@ -84,7 +84,7 @@ Outcome sent(const std::string &requests)
 // The records of a rule's parsers.
 
 kxqos_rule_t rule_of(int (*parse)(int, const char *const *, kxqos_rule_t *), int count, const Words &words,
-                     Outcome expected)
+                     const Outcome &expected)
 {
     kxqos_rule_t rule = {};
     testing::internal::CaptureStdout();
