@@ -8,7 +8,7 @@ set(KXQOS_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRI
     "Where the completion for zsh is installed")
 
 # Two builds give the same bytes wherever they are made.
-foreach(target kxqosctl_core kxqosctl_seams kxqosctl kx kxqos-lab-preload kxqos-lab)
+foreach(target kxqosctl_core kxqosctl_seams kxqosctl kxqos-config kx kxqos-lab-preload kxqos-lab)
   target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endforeach()
 

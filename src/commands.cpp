@@ -63,3 +63,11 @@ int run_command(int count, const char *const *words)
         print_line("Fail! ");
     return result;
 }
+
+bool reaches_library(const char *word)
+{
+    for (const command &row : commands)
+        if (begins(word, row.name, row.compared))
+            return row.run == do_test_command;
+    return false;
+}

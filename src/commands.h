@@ -16,4 +16,7 @@ extern const command commands[command_count];
 // has printed "Fail! " if there was a word), or a positive result of the module's.
 int run_command(int count, const char *const *words);
 
+// Whether the command that the word names calls the gateway's library itself.
+bool reaches_library(const char *word);
+
 #endif

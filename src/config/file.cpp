@@ -1,0 +1,177 @@
+#include "file.h"
+
+#include "message.h"
+#include "words.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// A full gateway has some 150 KB.
+static constexpr uint32_t size_most = 4 << 20;
+
+static bool refuse(const char *name, const char *wrong)
+{
+    say("%s: %s", name, wrong);
+    return false;
+}
+
+// A pipe that nobody writes to, or a device, would be waited for.
+static int open_file(const char *name)
+{
+    const int fd = open(name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat status;
+    if (fd < 0 || fstat(fd, &status) != 0) {
+        refuse(name, strerror(errno));
+    } else if (!S_ISREG(status.st_mode)) {
+        refuse(name, "not a regular file");
+    } else {
+        return fd;
+    }
+    if (fd >= 0)
+        close(fd);
+    return -1;
+}
+
+static bool read_all(const char *name, int fd, char *text, uint32_t *size)
+{
+    *size = 0;
+    for (;;) {
+        const ssize_t got = read(fd, text + *size, size_most + 1 - *size);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return refuse(name, strerror(errno));
+        if (got == 0)
+            return true;
+        *size += static_cast<uint32_t>(got);
+        if (*size > size_most)
+            return refuse(name, "larger than 4 MiB");
+    }
+}
+
+static uint32_t line_number(const file &file, uint32_t where)
+{
+    uint32_t number = 1;
+    for (uint32_t i = 0; i < where; i++)
+        number += file.text[i] == '\n';
+    return number;
+}
+
+static bool check_bytes(const file &file)
+{
+    if (const void *zero = memchr(file.text, '\0', file.size)) {
+        const auto where = static_cast<uint32_t>(static_cast<const char *>(zero) - file.text);
+        say("%s:%u: a byte of zero", file.name, line_number(file, where));
+        return false;
+    }
+    if (file.size != 0 && file.text[file.size - 1] != '\n') {
+        say("%s:%u: the last line has no newline: the file was cut off", file.name, line_number(file, file.size));
+        return false;
+    }
+    return true;
+}
+
+bool load_file(const char *name, file *loaded)
+{
+    static char text[size_most + 1];
+    const bool standard = equals(name, "-");
+    const int fd = standard ? STDIN_FILENO : open_file(name);
+    if (fd < 0)
+        return false;
+    *loaded = {standard ? "standard input" : name, text, 0};
+    const bool read = read_all(loaded->name, fd, text, &loaded->size);
+    if (!standard)
+        close(fd);
+    return read && check_bytes(*loaded);
+}
+
+static bool is_blank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+void divide_line(const char *text, uint32_t size, line *line)
+{
+    if (size > 0 && text[size - 1] == '\r')
+        size--;
+    int used = 0;
+    line->count = 0;
+    for (uint32_t i = 0; i < size; i++) {
+        if (is_blank(text[i]))
+            continue;
+        if (i == 0 || is_blank(text[i - 1])) {
+            if (line->count == line_words_most) {
+                line->count = 0;
+                return;
+            }
+            line->words[line->count++] = line->characters + used;
+        }
+        // This character and its terminator, or the next one.
+        if (used + 2 > static_cast<int>(sizeof line->characters)) {
+            line->count = 0;
+            return;
+        }
+        line->characters[used++] = text[i];
+        if (i + 1 == size || is_blank(text[i + 1]))
+            line->characters[used++] = '\0';
+    }
+}
+
+// Whether anything stands on the line that is to be looked at.
+static bool has_words(const char *text, uint32_t size)
+{
+    for (uint32_t i = 0; i < size; i++)
+        if (!is_blank(text[i]))
+            return text[i] != '#' && !(text[i] == '\r' && i + 1 == size);
+    return false;
+}
+
+static uint32_t line_size(const file &file, uint32_t start)
+{
+    const void *end = memchr(file.text + start, '\n', file.size - start);
+    return static_cast<uint32_t>(static_cast<const char *>(end) - file.text) - start;
+}
+
+bool next_line(const file &file, position *position, line *line)
+{
+    while (position->next < file.size) {
+        const uint32_t start = position->next;
+        const uint32_t size = line_size(file, start);
+        position->next = start + size + 1;
+        position->number++;
+        if (!has_words(file.text + start, size))
+            continue;
+        line->where = {start, position->number};
+        divide_line(file.text + start, size, line);
+        return true;
+    }
+    return false;
+}
+
+// The line for people: nothing in it moves a terminal's cursor.
+static void clean_copy(const char *text, uint32_t size, char (&copy)[line_length_most + 1])
+{
+    while (size > 0 && (is_blank(*text) || *text == '\r')) {
+        text++;
+        size--;
+    }
+    while (size > 0 && (is_blank(text[size - 1]) || text[size - 1] == '\r'))
+        size--;
+    if (size > sizeof copy - 1)
+        size = sizeof copy - 1;
+    for (uint32_t i = 0; i < size; i++) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        copy[i] = c == '\t' ? ' ' : c < ' ' || c == 0x7F ? '?' : text[i];
+    }
+    copy[size] = '\0';
+}
+
+void say_at(const file &file, place where, const char *wrong)
+{
+    char copy[line_length_most + 1];
+    clean_copy(file.text + where.start, line_size(file, where.start), copy);
+    say("%s:%u: %s: %s", file.name, where.number, wrong, copy);
+}

@@ -1,0 +1,328 @@
+#include "replay.h"
+
+#include "commands.h"
+#include "limit_hardware.h"
+#include "message.h"
+#include "number.h"
+#include "record.h"
+#include "recorder.h"
+#include "seam_device.h"
+#include "seam_output.h"
+#include "words.h"
+
+#include <stdio.h>
+
+// Runs the command that the words make, and returns whether the tool would take it. What it would send is recorded.
+static bool take_words(int count, const char *const *words, uint32_t debug, const kxqos_rl_t *limits)
+{
+    use_recorder();
+    print_to_memory();
+    forget_printed();
+    start_recording(debug, limits);
+    return run_command(count, words) == 0 && !printed_trouble();
+}
+
+static const char *take_rule(const kxqos_rule_t &rule, place where, configuration *wanted, names *names)
+{
+    const int at = rule_place(rule.table_id, rule.rule_id);
+    if (at < 0)
+        return "no such rule: the number is too high for its profile";
+    if (wanted->rules[at].rule_id != 0 && memcmp(&wanted->rules[at], &rule, sizeof rule) != 0)
+        return "this rule is given twice, and differently";
+    wanted->rules[at] = rule;
+    names->rules[at] = where;
+    return nullptr;
+}
+
+static const char *drop_rule(const kxqos_rule_t &rule, configuration *wanted)
+{
+    const int at = rule_place(rule.table_id, rule.rule_id);
+    if (at < 0 || wanted->rules[at].rule_id == 0)
+        return "there is no such rule to delete";
+    wanted->rules[at].rule_id = 0;
+    return nullptr;
+}
+
+static const char *drop_rules(int profile, configuration *wanted)
+{
+    for (int at = first_place(profile); at < first_place(profile + 1); at++)
+        wanted->rules[at].rule_id = 0;
+    return nullptr;
+}
+
+static const char *take_bucket(const kxqos_rate_bucket_t &bucket, place where, configuration *wanted, names *names)
+{
+    const int at = bucket.bucketID - 1;
+    if (wanted->buckets[at].bucketID != 0 && wanted->buckets[at].rateLimit != bucket.rateLimit)
+        return "this bucket is given twice, with two rates";
+    wanted->buckets[at] = bucket;
+    names->buckets[at] = where;
+    return nullptr;
+}
+
+static const char *drop_bucket(const kxqos_rate_bucket_t &bucket, configuration *wanted)
+{
+    const int at = bucket.bucketID - 1;
+    if (wanted->buckets[at].bucketID == 0)
+        return "there is no such bucket to delete";
+    wanted->buckets[at].bucketID = 0;
+    return nullptr;
+}
+
+// The limit that a line adds stands alone in a table that was empty.
+template <typename Limit, size_t Size>
+static const char *take_limit(const Limit &limit, place where, Limit (&entries)[Size], place (&places)[Size])
+{
+    int at = 0;
+    while (at < static_cast<int>(Size) && entries[at].valid != 0 && !same_key(entries[at], limit))
+        at++;
+    if (at == static_cast<int>(Size))
+        return "the table of these limits is full";
+    if (entries[at].valid != 0 && entries[at].rate != limit.rate)
+        return "this limit is given twice, with two rates";
+    entries[at] = limit;
+    places[at] = where;
+    return nullptr;
+}
+
+// The table as a line that deletes has left it; the places move with their limits.
+template <typename Limit, size_t Size>
+static bool take_table(const Limit (&left)[Size], Limit (&entries)[Size], place (&places)[Size])
+{
+    if (memcmp(left, entries, sizeof left) == 0)
+        return false;
+    size_t at = 0;
+    while (memcmp(&left[at], &entries[at], sizeof left[at]) == 0)
+        at++;
+    memmove(places + at, places + at + 1, (Size - at - 1) * sizeof places[0]);
+    memcpy(entries, left, sizeof left);
+    return true;
+}
+
+static const char *delete_limit(const line &line, kxqos_rl_t *held, names *names)
+{
+    // Once more, with what there is to delete from.
+    take_words(line.count, line.words, 0, held);
+    const kxqos_rl_t &left = what_was_recorded().limits;
+    const int upDir = held->upDir;
+    if (take_table(left.ipRule, held->ipRule, names->ip[upDir]) ||
+        take_table(left.vlanRule, held->vlanRule, names->vlan[upDir]) ||
+        take_table(left.portRule, held->portRule, names->port[upDir]))
+        return nullptr;
+    return "there is no such limit to delete";
+}
+
+static const char *take_limits(const line &line, const kxqos_rl_t &written, configuration *wanted, names *names)
+{
+    const int upDir = written.upDir;
+    kxqos_rl_t &held = wanted->limits[upDir];
+    if (written.mode != no_mode) {
+        held.mode = written.mode;
+        names->modes[upDir] = line.where;
+        return nullptr;
+    }
+    if (written.ipRule[0].valid != 0)
+        return take_limit(written.ipRule[0], line.where, held.ipRule, names->ip[upDir]);
+    if (written.vlanRule[0].valid != 0)
+        return take_limit(written.vlanRule[0], line.where, held.vlanRule, names->vlan[upDir]);
+    if (written.portRule[0].valid != 0)
+        return take_limit(written.portRule[0], line.where, held.portRule, names->port[upDir]);
+    return delete_limit(line, &held, names);
+}
+
+// Which categories a line names shows in what it changes, and that takes two replays: of flags that are all off, to see
+// what it switches on, and of flags that are all on.
+static const char *take_debug(const line &line, configuration *wanted, names *names)
+{
+    const uint32_t on = what_was_recorded().word;
+    take_words(line.count, line.words, UINT32_MAX, nullptr);
+    const uint32_t off = ~what_was_recorded().word;
+    wanted->debug = (wanted->debug | on) & ~off;
+    names->debugBits |= on | off;
+    for (int i = 0; i < debug_categories; i++)
+        if (((on | off) >> i & 1) != 0)
+            names->debug[i] = line.where;
+    return nullptr;
+}
+
+static const char *take_word(const recorded &what, place where, configuration *wanted, names *names)
+{
+    for (int i = 0; i < switch_count; i++) {
+        if (gateway_switches[i].set == what.request) {
+            wanted->switches[i] = static_cast<uint8_t>(what.word);
+            names->switches[i] = where;
+        }
+    }
+    if (what.request == KXQOS_REFRESH_SET) {
+        names->refresh = where;
+        names->refreshWord = what.word;
+    }
+    return nullptr;
+}
+
+static const char *take_recorded(const line &line, configuration *wanted, names *names)
+{
+    const recorded &what = what_was_recorded();
+    switch (what.request) {
+    case KXQOS_RULE_ADD:
+        return take_rule(what.rule, line.where, wanted, names);
+    case KXQOS_RULE_DELETE:
+        return drop_rule(what.rule, wanted);
+    case KXQOS_RULE_RESET:
+        return drop_rules(what.rule.table_id, wanted);
+    case KXQOS_BUCKET_SET:
+        return take_bucket(what.bucket, line.where, wanted, names);
+    case KXQOS_BUCKET_DELETE:
+        return drop_bucket(what.bucket, wanted);
+    case KXQOS_COUNTER_ENABLE:
+    case KXQOS_COUNTER_DISABLE:
+        wanted->counters[what.number] = what.request == KXQOS_COUNTER_ENABLE;
+        names->counters[what.number] = line.where;
+        return nullptr;
+    case KXQOS_RATE_LIMIT_SET:
+        return take_limits(line, what.limits, wanted, names);
+    case KXQOS_DEBUG_SET:
+        return take_debug(line, wanted, names);
+    default:
+        return take_word(what, line.where, wanted, names);
+    }
+}
+
+// These commands look at the words they know and at no others behind them.
+static bool may_ignore_words(kxqos_request request)
+{
+    return request == KXQOS_BUCKET_SET || request == KXQOS_RATE_LIMIT_SET || request == KXQOS_DEBUG_SET;
+}
+
+// A line that the tool takes without its last word, too, has one that is ignored.
+static bool ignores_last_word(const line &line)
+{
+    const bool taken = take_words(line.count - 1, line.words, 0, nullptr);
+    return taken && what_was_recorded().request != 0;
+}
+
+static const char *refused_words()
+{
+    const char *reason = printed_reason();
+    return reason != nullptr ? reason : "a word is missing, unknown, too long or out of its range";
+}
+
+const char *replay_line(const line &line, configuration *wanted, names *names)
+{
+    if (line.count == 0)
+        return "the line is too long";
+    if (reaches_library(line.words[0]))
+        return "a command that does not configure";
+    if (!take_words(line.count, line.words, 0, nullptr))
+        return refused_words();
+    const kxqos_request request = what_was_recorded().request;
+    if (request == 0)
+        return "a command that does not configure";
+    if (may_ignore_words(request)) {
+        if (ignores_last_word(line))
+            return "the last word would be ignored";
+        take_words(line.count, line.words, 0, nullptr);
+    }
+    return take_recorded(line, wanted, names);
+}
+
+// The six lines of "!" divide a file into what stands before, five parts, and what stands behind.
+static constexpr int marks = 6;
+
+static int part_of(kxqos_request request)
+{
+    switch (request) {
+    case KXQOS_STATE_SET:
+        return 1;
+    case KXQOS_RULE_ADD:
+        return 2;
+    case KXQOS_PURE_DSCP_SET:
+    case KXQOS_FINE_CLASSIFY_SET:
+        return 3;
+    case KXQOS_BUCKET_SET:
+        return 4;
+    case KXQOS_RATE_LIMIT_SET:
+        return 5;
+    default:
+        return -1; // may stand anywhere
+    }
+}
+
+struct reading {
+    int marks;    // "!" lines so far
+    int commands; // taken so far
+    int wrong;
+    place first; // the first command that belongs into a part but stands before the first mark
+};
+
+static const char *take_mark(reading *reading)
+{
+    reading->marks++;
+    return reading->marks > marks ? "more than six lines of \"!\"" : nullptr;
+}
+
+static const char *check_part(place where, reading *reading)
+{
+    const int part = part_of(what_was_recorded().request);
+    if (part >= 0 && reading->marks == 0 && reading->first.number == 0)
+        reading->first = where;
+    if (part >= 0 && reading->marks != 0 && reading->marks != part)
+        return "stands behind the wrong line of \"!\"";
+    return nullptr;
+}
+
+static const char *take_line(const line &line, configuration *wanted, names *names, reading *reading)
+{
+    if (line.count == 1 && equals(line.words[0], "!"))
+        return take_mark(reading);
+    const char *wrong = replay_line(line, wanted, names);
+    if (wrong != nullptr)
+        return wrong;
+    reading->commands++;
+    return check_part(line.where, reading);
+}
+
+static bool check_whole(const file &file, reading *reading)
+{
+    if (reading->marks != 0 && reading->marks < marks)
+        say("%s: has %d of the six lines of \"!\": it was cut off", file.name, reading->marks);
+    else if (reading->marks != 0 && reading->first.number != 0)
+        say_at(file, reading->first, "stands before the first line of \"!\"");
+    else if (reading->commands == 0 && reading->wrong == 0)
+        say("%s: names nothing; to have nothing, write \"qos disable\"", file.name);
+    else
+        return true;
+    return false;
+}
+
+static void warn_of_buckets(const file &file, const configuration &wanted, const names &names)
+{
+    for (int at = 0; at < rule_places; at++) {
+        const kxqos_rule_t &rule = wanted.rules[at];
+        const int bucket = rule.action.rateBucket;
+        if (rule.rule_id == 0 || (rule.action.actionFlag >> KXQOS_ACTION_RATE_LIMIT & 1) == 0 ||
+            wanted.buckets[bucket - 1].bucketID != 0)
+            continue;
+        char warning[64];
+        snprintf(warning, sizeof warning, "warning: bucket %d is not set", bucket);
+        say_at(file, names.rules[at], warning);
+    }
+}
+
+bool read_configuration(const file &file, configuration *wanted, names *names)
+{
+    static line line;
+    start_configuration(wanted);
+    position position = {};
+    reading reading = {};
+    while (next_line(file, &position, &line)) {
+        if (const char *wrong = take_line(line, wanted, names, &reading)) {
+            say_at(file, line.where, wrong);
+            reading.wrong++;
+        }
+    }
+    if (!check_whole(file, &reading) || reading.wrong != 0)
+        return false;
+    warn_of_buckets(file, *wanted, *names);
+    return true;
+}

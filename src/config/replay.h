@@ -1,0 +1,35 @@
+// The commands of a file, carried out against memory: what kxqosctl takes is taken, and nothing else.
+#ifndef KXQOS_CONFIG_REPLAY_H
+#define KXQOS_CONFIG_REPLAY_H
+
+#include "configuration.h"
+#include "file.h"
+
+inline constexpr int debug_categories = 9;
+
+// Where a file names each thing. A number of 0 is nowhere.
+struct names {
+    place rules[rule_places];
+    place buckets[KXQOS_BUCKET_LAST];
+    place modes[2];
+    place ip[2][KXQOS_RL_IP_ENTRIES];
+    place vlan[2][KXQOS_RL_VLAN_ENTRIES];
+    place port[2][KXQOS_RL_PORT_ENTRIES];
+    place switches[switch_count];
+    // Governed one by one: only what is named.
+    place counters[KXQOS_COUNTER_LAST + 1];
+    place debug[debug_categories];
+    uint32_t debugBits; // those that are named
+    place refresh;
+    uint32_t refreshWord; // as it is sent
+};
+
+// Carries out one line against what the lines before it gave. Returns what is wrong, and has then changed nothing;
+// null when it is taken. Owned by this component, and good until the next call.
+const char *replay_line(const line &line, configuration *wanted, names *names);
+
+// The whole of a file that was loaded. Both records are of static storage and were never used. Returns false when
+// anything is wrong, and has said what and where.
+bool read_configuration(const file &file, configuration *wanted, names *names);
+
+#endif

@@ -1,0 +1,114 @@
+#include "seam_output.h"
+
+#include "output.h"
+#include "words.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+// A line of a file has at most 4095 characters, and some message repeats most of it.
+static char text[8192];
+static size_t length = 0;
+static bool to_memory = false;
+static bool buffered = false;
+
+void print_to_standard_output()
+{
+    to_memory = false;
+}
+
+void print_to_memory()
+{
+    to_memory = true;
+}
+
+void forget_printed()
+{
+    length = 0;
+    text[0] = '\0';
+}
+
+const char *printed()
+{
+    return text;
+}
+
+static bool tells_trouble(const char *line)
+{
+    return begins(line, "Err: ", 5) || begins(line, "Invalid ", 8) || begins(line, "hw ", 3);
+}
+
+// The first line that tells of trouble, or null.
+static const char *find_trouble()
+{
+    for (const char *line = text; line != nullptr; line = strchr(line, '\n')) {
+        line += *line == '\n';
+        if (tells_trouble(line))
+            return line;
+    }
+    return nullptr;
+}
+
+bool printed_trouble()
+{
+    return find_trouble() != nullptr;
+}
+
+const char *printed_reason()
+{
+    static char reason[sizeof text];
+    const char *line = find_trouble();
+    if (line == nullptr)
+        line = text;
+    size_t size = strcspn(line, "\n");
+    while (size > 0 && line[size - 1] == ' ')
+        size--;
+    memcpy(reason, line, size);
+    reason[size] = '\0';
+    return size == 0 || begins(reason, "Fail!", 5) || begins(reason, "Usage:", 6) ? nullptr : reason;
+}
+
+void expect_output()
+{
+    static char buffer[16384];
+    if (!to_memory && !buffered) {
+        setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+        buffered = true;
+    }
+}
+
+static void keep(const char *format, va_list values)
+{
+    if (length + 1 >= sizeof text)
+        return;
+    const int more = vsnprintf(text + length, sizeof text - length, format, values);
+    if (more > 0)
+        length += static_cast<size_t>(more);
+    if (length >= sizeof text)
+        length = sizeof text - 1;
+}
+
+void print(const char *format, ...)
+{
+    va_list values;
+    va_start(values, format);
+    keep(format, values);
+    va_end(values);
+    if (to_memory)
+        return;
+    expect_output();
+    va_start(values, format);
+    vprintf(format, values);
+    va_end(values);
+}
+
+void print_line(const char *line)
+{
+    print("%s\n", line);
+}
+
+int finish_output()
+{
+    return fflush(stdout) == 0 && ferror(stdout) == 0 ? 0 : -1;
+}

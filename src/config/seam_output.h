@@ -1,0 +1,22 @@
+// Where the commands' output goes in this program: to standard output, or only into memory.
+#ifndef KXQOS_CONFIG_OUTPUT_H
+#define KXQOS_CONFIG_OUTPUT_H
+
+// What the commands print from now on. What they printed is kept either way, as much of it as one line of a file can
+// give.
+void print_to_standard_output();
+void print_to_memory();
+
+// Forgets what was printed.
+void forget_printed();
+
+// All that was printed since then, terminated. Owned by the seam, and good until something is printed.
+const char *printed();
+
+// Whether a line of it tells of something that failed or was refused, whatever the command gave.
+bool printed_trouble();
+
+// The line of it that tells most, without the blanks around it; null when none tells anything.
+const char *printed_reason();
+
+#endif
