@@ -1,6 +1,7 @@
 /* libkxqos-lab.so, preloaded: open, ioctl and close of exactly /dev/kxqos become events of the lab, and everything else
- * goes where it would have gone. The device's descriptor is a real one, of /dev/null, so that it has the number that
- * the device's would have; a duplicate of it is not followed. */
+ * goes where it would have gone. The device's descriptor is a real one, of the state file, so that it has the number
+ * that the device's would have, and so that a lock on it (flock) is between those who have this gateway open; a
+ * duplicate of it is not followed. */
 #include "visit.h"
 
 #include <dlfcn.h>
@@ -81,10 +82,11 @@ static bool is_lab_device(const char *path)
 }
 
 /* The descriptor comes first, so that it is the lowest free one. */
-static int open_device(int flags, mode_t mode)
+static int open_device(int flags)
 {
     const int before = errno;
-    const int fd = real_open("/dev/null", flags, mode);
+    const int fd =
+        real_open(lab_variable(LAB_STATE), O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | (flags & O_CLOEXEC), 0600);
     struct visit visit;
     int result;
 
@@ -194,7 +196,7 @@ EXPORTED int open(const char *file, int oflag, ...)
         mode = va_arg(rest, mode_t);
         va_end(rest);
     }
-    return is_lab_device(file) ? open_device(oflag, mode) : real_open(file, oflag, mode);
+    return is_lab_device(file) ? open_device(oflag) : real_open(file, oflag, mode);
 }
 
 EXPORTED int open64(const char *file, int oflag, ...)
@@ -207,7 +209,7 @@ EXPORTED int open64(const char *file, int oflag, ...)
         mode = va_arg(rest, mode_t);
         va_end(rest);
     }
-    return is_lab_device(file) ? open_device(oflag, mode) : real_open64(file, oflag, mode);
+    return is_lab_device(file) ? open_device(oflag) : real_open64(file, oflag, mode);
 }
 
 #ifdef __GLIBC__

@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,9 +22,12 @@ static int above_standard(int fd)
     return moved;
 }
 
-static bool lock(int fd)
+/* Locks or unlocks the whole file, for all who have it open. flock is left to those who use the device. */
+static bool set_lock(int fd, short type)
 {
-    while (flock(fd, LOCK_EX) != 0) {
+    struct flock whole = {.l_type = type, .l_whence = SEEK_SET};
+
+    while (fcntl(fd, F_OFD_SETLKW, &whole) != 0) {
         if (errno != EINTR)
             return false;
     }
@@ -102,7 +104,7 @@ bool store_open(struct store *store, const char *path)
     store->fd = above_standard(open(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (store->fd < 0)
         return false;
-    if (!is_safe(store->fd) || !lock(store->fd) || !prepare(store->fd, &header)) {
+    if (!is_safe(store->fd) || !set_lock(store->fd, F_WRLCK) || !prepare(store->fd, &header)) {
         error = errno;
         close(store->fd);
         errno = error;
@@ -114,7 +116,7 @@ bool store_open(struct store *store, const char *path)
 
 void store_close(struct store *store)
 {
-    flock(store->fd, LOCK_UN); /* a child forked by another thread may hold the descriptor for a while yet */
+    set_lock(store->fd, F_UNLCK); /* a child forked by another thread may hold the descriptor for a while yet */
     close(store->fd);
 }
 

@@ -17,6 +17,7 @@ struct line_form {
 // kept: for people an IPv4 limit is "ip4"; the command takes "ip" alone
 static constexpr line_form readable = {"  ", "", "ip4", ","};
 static constexpr line_form command = {"limit ", " add", "ip", ""};
+static constexpr line_form deletion = {"limit ", " delete", "ip", ""};
 
 static void dump_ip_limit(const line_form &form, const char *direction, const kxqos_ip_rl_t *limit)
 {
@@ -65,9 +66,14 @@ void dump_rate_limit_rule(const kxqos_rl_t *pRule)
     dump_limits(readable, "", pRule);
 }
 
+static const char *direction_name(int upDir)
+{
+    return upDir != 0 ? "up" : "down";
+}
+
 static const char *direction_name(const kxqos_rl_t *pRule)
 {
-    return pRule->upDir != 0 ? "up" : "down";
+    return direction_name(pRule->upDir);
 }
 
 void dump_rate_limit_cfg(const kxqos_rl_t *pRule)
@@ -110,13 +116,39 @@ void show_rate_limit()
     show_both(show_one);
 }
 
-static void show_one_cfg(const kxqos_rl_t *db, const char *mode)
+static void show_mode_cfg(const kxqos_rl_t *db, const char *mode)
 {
     print("limit %s mode %s\n", direction_name(db), mode);
+}
+
+static void show_one_cfg(const kxqos_rl_t *db, const char *mode)
+{
+    show_mode_cfg(db, mode);
     dump_rate_limit_cfg(db);
 }
 
 void show_rate_limit_cfg()
 {
     show_both(show_one_cfg);
+}
+
+void print_limit_command(int upDir, bool addition, const kxqos_ip_rl_t &limit)
+{
+    dump_ip_limit(addition ? command : deletion, direction_name(upDir), &limit);
+}
+
+void print_limit_command(int upDir, bool addition, const kxqos_vlan_rl_t &limit)
+{
+    dump_limit(addition ? command : deletion, direction_name(upDir), "vlan", limit.vid, limit.rate);
+}
+
+void print_limit_command(int upDir, bool addition, const kxqos_port_rl_t &limit)
+{
+    dump_limit(addition ? command : deletion, direction_name(upDir), "port", limit.port, limit.rate);
+}
+
+void print_mode_command(const kxqos_rl_t *pRule)
+{
+    char number[4];
+    show_mode_cfg(pRule, mode_name(pRule, number));
 }

@@ -33,7 +33,12 @@ struct verb {
 };
 
 static constexpr verb verbs[] = {
+    {"show", option_json, false, show},
+    {"save", option_lossy | option_wait, true, save},
     {"check", 0, true, check},
+    {"diff", option_wait, true, diff},
+    {"apply", option_keep_going | option_confirm | option_wait, true, apply},
+    {"run", option_keep_going | option_wait, true, run},
 };
 
 static constexpr option long_options[] = {

@@ -21,7 +21,7 @@ static const configuration *remembered = nullptr;
 static int descriptor = -1;
 static char failure[96];
 
-static bool lock(int seconds)
+static bool lock(unsigned seconds)
 {
     constexpr int tries_a_second = 20;
     for (long tries = static_cast<long>(seconds) * tries_a_second; flock(descriptor, LOCK_EX | LOCK_NB) != 0; tries--) {
@@ -39,14 +39,17 @@ static bool lock(int seconds)
     return true;
 }
 
-bool open_gateway(int seconds)
+bool open_unlocked_gateway()
 {
     descriptor = open(KXQOS_DEVICE, O_RDWR | O_CLOEXEC);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         say("%s: %s", KXQOS_DEVICE, strerror(errno));
-        return false;
-    }
-    return lock(seconds);
+    return descriptor >= 0;
+}
+
+bool open_gateway(unsigned seconds)
+{
+    return open_unlocked_gateway() && lock(seconds);
 }
 
 void unlock_gateway()

@@ -4,9 +4,11 @@
 
 #include "configuration.h"
 
-// Opens the kernel module's device, once for the whole run, and waits up to so many seconds for being the only one that
-// has it locked. A lock ends with its process. Returns false when either is not to be had, and has said so.
-bool open_gateway(int seconds);
+// Opens the kernel module's device, once for the whole run. Returns false when it is not to be had, and has said so.
+bool open_unlocked_gateway();
+
+// The same, and waits up to so many seconds for being the only one that has it locked. A lock ends with its process.
+bool open_gateway(unsigned seconds);
 
 // Lets the next one in; requests can still be made.
 void unlock_gateway();

@@ -1,0 +1,165 @@
+#include "change_show.h"
+
+#include "as_commands.h"
+#include "equal.h"
+#include "limit_hardware.h"
+#include "limit_show.h"
+#include "output.h"
+
+// By bit; each is spelt as the tool's own usage has it.
+static constexpr char category_names[debug_categories][13] = {
+    "info", "warnning", "error", "packet", "pre-match", "match", "action", "fineclassifi", "ratelimit",
+};
+
+const char *debug_category_name(int number)
+{
+    return category_names[number];
+}
+
+void print_debug_commands(uint32_t bits, uint32_t flags)
+{
+    for (int i = 0; i < debug_categories; i++)
+        if ((bits >> i & 1) != 0)
+            print("debug %s %s\n", category_names[i], (flags >> i & 1) != 0 ? "on" : "off");
+}
+
+void print_counter_command(int number, bool enabled)
+{
+    print("counter %d %s\n", number, enabled ? "enable" : "disable");
+}
+
+static void print_switch(const char *keyword, bool enabled)
+{
+    print("%s %s\n", keyword, enabled ? "enable" : "disable");
+}
+
+// A limit that is added goes behind all others. So of the former limits those stay that, in their order, are the first
+// of the new ones, with their new rates; the others are deleted, and what is missing then is added.
+template <typename Limit, size_t Size>
+static void print_table(const Limit (&from)[Size], const Limit (&to)[Size], int upDir)
+{
+    const int wanted = entries_in_use(to);
+    int kept = 0;
+    for (int i = 0; i < entries_in_use(from); i++) {
+        if (kept < wanted && same_key(from[i], to[kept])) {
+            if (from[i].rate != to[kept].rate)
+                print_limit_command(upDir, true, to[kept]);
+            kept++;
+        } else {
+            print_limit_command(upDir, false, from[i]);
+        }
+    }
+    for (int i = kept; i < wanted; i++)
+        print_limit_command(upDir, true, to[i]);
+}
+
+static void print_database(const kxqos_rl_t &from, const kxqos_rl_t &to)
+{
+    if (from.mode != to.mode)
+        print_mode_command(&to);
+    print_table(from.ipRule, to.ipRule, to.upDir);
+    print_table(from.vlanRule, to.vlanRule, to.upDir);
+    print_table(from.portRule, to.portRule, to.upDir);
+}
+
+static void print_file_line(const file &file, place where)
+{
+    static line line;
+    position position = {where.start, where.number};
+    next_line(file, &position, &line);
+    for (int i = 0; i < line.count; i++)
+        print("%s%s", i == 0 ? "" : " ", line.words[i]);
+    print("\n");
+}
+
+static void print_rule_named(const kxqos_rule_t &rule, const char *what)
+{
+    print("rule %d profile %s %s\n", rule.rule_id, get_qos_profile_name(rule.table_id), what);
+}
+
+// What is the same in full and in brief. Returns false for what is not.
+static bool print_simple(const change &change, const configuration &from, const configuration &to)
+{
+    switch (change.kind) {
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        print_counter_command(change.index, change.kind == change_kind::counter_enable);
+        return true;
+    case change_kind::switch_set:
+        print_switch(gateway_switches[change.index].keyword, to.switches[change.index] != 0);
+        return true;
+    case change_kind::bucket_set:
+        print_bucket_command(&to.buckets[change.index]);
+        return true;
+    case change_kind::bucket_delete:
+        print("bucket %d delete\n", from.buckets[change.index].bucketID);
+        return true;
+    case change_kind::rule_delete:
+        print_rule_named(from.rules[change.index], "delete");
+        return true;
+    case change_kind::rule_reset:
+        print("reset profile %s\n", get_qos_profile_name(static_cast<uint16_t>(change.index)));
+        return true;
+    default:
+        return false;
+    }
+}
+
+void print_change(const change &change, const configuration &from, const configuration &to, const names &names,
+                  const file &file)
+{
+    if (print_simple(change, from, to))
+        return;
+    switch (change.kind) {
+    case change_kind::refresh:
+        print_switch("refresh", names.refreshWord == 0);
+        break;
+    case change_kind::rule_set:
+        print_file_line(file, names.rules[change.index]);
+        break;
+    case change_kind::limits_write:
+        print_database(from.limits[change.upDir], to.limits[change.upDir]);
+        break;
+    case change_kind::debug_set:
+        print_debug_commands((from.debug ^ to.debug) & names.debugBits, to.debug);
+        break;
+    default:
+        break;
+    }
+}
+
+static void print_limit(const kxqos_rl_t &db, const change &change, bool addition)
+{
+    if (change.mode == RATELIMIT_MODE_IP)
+        print_limit_command(change.upDir, addition, db.ipRule[change.index]);
+    else if (change.mode == RATELIMIT_MODE_VLAN)
+        print_limit_command(change.upDir, addition, db.vlanRule[change.index]);
+    else
+        print_limit_command(change.upDir, addition, db.portRule[change.index]);
+}
+
+void print_change_briefly(const change &change, const configuration &from, const configuration &to)
+{
+    if (print_simple(change, from, to))
+        return;
+    switch (change.kind) {
+    case change_kind::refresh:
+        print_line("refresh");
+        break;
+    case change_kind::rule_set:
+        print_rule_command(&to.rules[change.index]);
+        break;
+    case change_kind::limit_remove:
+        print_limit(from.limits[change.upDir], change, false);
+        break;
+    case change_kind::limit_install:
+        print_limit(to.limits[change.upDir], change, true);
+        break;
+    case change_kind::limits_write:
+        print_mode_command(&to.limits[change.upDir]);
+        break;
+    default:
+        print_line("debug");
+        break;
+    }
+}

@@ -1,0 +1,215 @@
+#include "changes.h"
+
+#include "equal.h"
+#include "limit_hardware.h"
+
+static void add(change_list *list, change_kind kind, int index)
+{
+    list->changes[list->count++] = {kind, 0, 0, static_cast<int16_t>(index)};
+}
+
+static void add_limit(change_list *list, change_kind kind, int upDir, int mode, int index)
+{
+    list->changes[list->count++] = {kind, static_cast<uint8_t>(upDir), static_cast<uint8_t>(mode),
+                                    static_cast<int16_t>(index)};
+}
+
+static void list_counters(const configuration &from, const configuration &to, const names *names, change_kind kind,
+                          change_list *list)
+{
+    const uint8_t state = kind == change_kind::counter_enable;
+    for (int number = 1; names != nullptr && number <= KXQOS_COUNTER_LAST; number++)
+        if (names->counters[number].number != 0 && to.counters[number] == state && from.counters[number] != state)
+            add(list, kind, number);
+}
+
+// A switch whose state is unknown is left alone where it would only be put back to its initial state.
+static bool switch_differs(const configuration &from, const configuration &to, int number)
+{
+    if (from.switches[number] == unknown_state)
+        return to.switches[number] != gateway_switches[number].initial;
+    return from.switches[number] != to.switches[number];
+}
+
+static void list_switch(const configuration &from, const configuration &to, int number, change_list *list)
+{
+    if (switch_differs(from, to, number))
+        add(list, change_kind::switch_set, number);
+}
+
+static void list_set_buckets(const configuration &from, const configuration &to, change_list *list)
+{
+    for (int at = 0; at < KXQOS_BUCKET_LAST; at++)
+        if (to.buckets[at].bucketID != 0 &&
+            (from.buckets[at].bucketID == 0 || !equal_rates(to.buckets[at], from.buckets[at])))
+            add(list, change_kind::bucket_set, at);
+}
+
+static void list_deleted_buckets(const configuration &from, const configuration &to, change_list *list)
+{
+    for (int at = 0; at < KXQOS_BUCKET_LAST && (from.unread & unread_buckets) == 0; at++)
+        if (from.buckets[at].bucketID != 0 && to.buckets[at].bucketID == 0)
+            add(list, change_kind::bucket_delete, at);
+}
+
+static void list_set_rules(const configuration &from, const configuration &to, change_list *list)
+{
+    for (int at = 0; at < rule_places; at++)
+        if (to.rules[at].rule_id != 0 && (from.rules[at].rule_id == 0 || !equal_rules(to.rules[at], from.rules[at])))
+            add(list, change_kind::rule_set, at);
+}
+
+static int count_rules(const configuration &configuration, int profile)
+{
+    int count = 0;
+    for (int at = first_place(profile); at < first_place(profile + 1); at++)
+        count += configuration.rules[at].rule_id != 0;
+    return count;
+}
+
+static void list_deleted_rules(const configuration &from, const configuration &to, int profile, change_list *list)
+{
+    if ((from.unread >> profile & 1) != 0 || count_rules(from, profile) == 0)
+        return;
+    if (count_rules(to, profile) == 0) {
+        add(list, change_kind::rule_reset, profile);
+        return;
+    }
+    for (int at = first_place(profile); at < first_place(profile + 1); at++)
+        if (from.rules[at].rule_id != 0 && to.rules[at].rule_id == 0)
+            add(list, change_kind::rule_delete, at);
+}
+
+template <typename Limit, size_t Size> static int find_limit(const Limit (&entries)[Size], const Limit &wanted)
+{
+    for (int i = 0; i < static_cast<int>(Size) && entries[i].valid != 0; i++)
+        if (same_key(entries[i], wanted))
+            return i;
+    return -1;
+}
+
+// Of one table in the switch: what goes, then what comes; a limit that changes its rate goes just before it comes.
+template <typename Limit, size_t Size>
+static void list_switched(const Limit (&from)[Size], const Limit (&to)[Size], int upDir, int mode, change_list *list)
+{
+    for (int i = 0; i < entries_in_use(from); i++)
+        if (find_limit(to, from[i]) < 0)
+            add_limit(list, change_kind::limit_remove, upDir, mode, i);
+    for (int i = 0; i < entries_in_use(to); i++) {
+        const int former = find_limit(from, to[i]);
+        if (former >= 0 && from[former].rate == to[i].rate)
+            continue;
+        if (former >= 0)
+            add_limit(list, change_kind::limit_remove, upDir, mode, former);
+        add_limit(list, change_kind::limit_install, upDir, mode, i);
+    }
+}
+
+// The table that a mode enforces, from one database to the other.
+static void list_table(const kxqos_rl_t &from, const kxqos_rl_t &to, int upDir, int mode, change_list *list)
+{
+    switch (mode) {
+    case RATELIMIT_MODE_IP:
+        list_switched(from.ipRule, to.ipRule, upDir, mode, list);
+        break;
+    case RATELIMIT_MODE_VLAN:
+        list_switched(from.vlanRule, to.vlanRule, upDir, mode, list);
+        break;
+    case RATELIMIT_MODE_PORT:
+        list_switched(from.portRule, to.portRule, upDir, mode, list);
+        break;
+    default:
+        break;
+    }
+}
+
+static void list_limits(const configuration &from, const configuration &to, int upDir, change_list *list)
+{
+    static kxqos_rl_t nothing;
+    const kxqos_rl_t &former = from.limits[upDir];
+    const kxqos_rl_t &wanted = to.limits[upDir];
+    if ((from.unread & unread_limits(upDir)) != 0 || equal_databases(former, wanted))
+        return;
+    if (former.mode == wanted.mode) {
+        list_table(former, wanted, upDir, wanted.mode, list);
+    } else {
+        list_table(former, nothing, upDir, former.mode, list);
+        list_table(nothing, wanted, upDir, wanted.mode, list);
+    }
+    add_limit(list, change_kind::limits_write, upDir, wanted.mode, 0);
+}
+
+static void list_debug(const configuration &from, const configuration &to, const names *names, change_list *list)
+{
+    if (names != nullptr && (from.unread & unread_debug) == 0 && ((from.debug ^ to.debug) & names->debugBits) != 0)
+        add(list, change_kind::debug_set, 0);
+}
+
+void list_changes(const configuration &from, const configuration &to, const names *names, change_list *list)
+{
+    const bool goesOff = to.switches[switch_qos] == 0;
+    list->count = 0;
+    if (names != nullptr && names->refresh.number != 0)
+        add(list, change_kind::refresh, 0);
+    if (goesOff)
+        list_switch(from, to, switch_qos, list);
+    list_counters(from, to, names, change_kind::counter_enable, list);
+    list_set_buckets(from, to, list);
+    list_set_rules(from, to, list);
+    for (int upDir = 1; upDir >= 0; upDir--)
+        list_limits(from, to, upDir, list);
+    list_switch(from, to, switch_pure_dscp, list);
+    list_switch(from, to, switch_fine_classification, list);
+    list_debug(from, to, names, list);
+    for (int profile = 0; profile < KXQOS_PROFILE_MAX; profile++)
+        list_deleted_rules(from, to, profile, list);
+    list_counters(from, to, names, change_kind::counter_disable, list);
+    list_deleted_buckets(from, to, list);
+    if (!goesOff)
+        list_switch(from, to, switch_qos, list);
+}
+
+static place place_of_limit(const change &change, const names &names)
+{
+    switch (change.mode) {
+    case RATELIMIT_MODE_IP:
+        return names.ip[change.upDir][change.index];
+    case RATELIMIT_MODE_VLAN:
+        return names.vlan[change.upDir][change.index];
+    default:
+        return names.port[change.upDir][change.index];
+    }
+}
+
+static place place_of_debug(const names &names)
+{
+    for (const place &where : names.debug)
+        if (where.number != 0)
+            return where;
+    return {};
+}
+
+place place_of(const change &change, const names &names)
+{
+    switch (change.kind) {
+    case change_kind::refresh:
+        return names.refresh;
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        return names.counters[change.index];
+    case change_kind::switch_set:
+        return names.switches[change.index];
+    case change_kind::bucket_set:
+        return names.buckets[change.index];
+    case change_kind::rule_set:
+        return names.rules[change.index];
+    case change_kind::limit_install:
+        return place_of_limit(change, names);
+    case change_kind::limits_write:
+        return names.modes[change.upDir];
+    case change_kind::debug_set:
+        return place_of_debug(names);
+    default:
+        return {};
+    }
+}

@@ -1,0 +1,171 @@
+#include "faithful.h"
+
+#include "as_commands.h"
+#include "equal.h"
+#include "limit_hardware.h"
+#include "limit_show.h"
+#include "match_fields.h"
+#include "message.h"
+#include "output.h"
+#include "recorder.h"
+#include "replay.h"
+#include "seam_output.h"
+
+#include <string.h>
+
+static configuration replayed;
+static names places; // of no use here
+
+// Replays the line that was just printed. Returns null, or what is wrong with it.
+static const char *replay_printed()
+{
+    static line line;
+    const char *text = printed();
+    const size_t size = strcspn(text, "\n");
+    if (text[size] != '\n' || text[size + 1] != '\0')
+        return "a newline in a name";
+    divide_line(text, static_cast<uint32_t>(size), &line);
+    return replay_line(line, &replayed, &places);
+}
+
+// Why a field came back otherwise.
+static const char *reason_of(const kxqos_rule_t &rule, int field)
+{
+    const match_field &row = match_fields[field];
+    if (row.kind == match_kind::protocol_bits)
+        return "no line shows its mask";
+    if (row.kind != match_kind::device)
+        return "another field is in its place, in a different form, or no command sets it like that";
+    const char *name = static_cast<const char *>(match_value(&rule, row));
+    if (name[0] == '\0')
+        return "an empty name cannot be written";
+    if (memchr(name, '\0', row.size) == nullptr)
+        return "its name has no end";
+    return "a blank, a newline or a leading \"!\" in its name";
+}
+
+// The first selected field with a name that a line cannot carry, or -1.
+static int find_bad_name(const kxqos_rule_t &rule)
+{
+    for (int field = 0; field < KXQOS_MATCH_MAX; field++) {
+        const match_field &row = match_fields[field];
+        if (row.kind != match_kind::device || !has_field(rule.fieldSel, field))
+            continue;
+        const char *name = static_cast<const char *>(match_value(&rule, row));
+        if (name[0] == '\0' || name[0] == '!' || memchr(name, '\0', row.size) == nullptr ||
+            strcspn(name, " \t\n") != strlen(name))
+            return field;
+    }
+    return -1;
+}
+
+static int leave_out_rule(kxqos_rule_t *rule, const char *wrong, int at)
+{
+    const char *profile = get_qos_profile_name(rule->table_id);
+    int field = find_bad_name(*rule);
+    if (field < 0 && wrong == nullptr)
+        field = different_field(*rule, replayed.rules[at]);
+    if (field >= 0)
+        say("rule %d profile %s would not come back equal: %s: %s", rule->rule_id, profile, match_fields[field].keyword,
+            reason_of(*rule, field));
+    else
+        say("rule %d profile %s would not come back equal: %s", rule->rule_id, profile,
+            wrong != nullptr ? wrong : "no command sets such an action");
+    rule->rule_id = 0;
+    return 1;
+}
+
+static int check_rule(kxqos_rule_t *rule, int at)
+{
+    forget_printed();
+    print_rule_command(rule);
+    const char *wrong = replay_printed();
+    if (wrong == nullptr && replayed.rules[at].rule_id != 0 && equal_rules(*rule, replayed.rules[at]))
+        return 0;
+    return leave_out_rule(rule, wrong, at);
+}
+
+static int check_bucket(kxqos_rate_bucket_t *bucket, int at)
+{
+    forget_printed();
+    print_bucket_command(bucket);
+    const char *wrong = replay_printed();
+    if (wrong == nullptr && equal_rates(replayed.buckets[at], *bucket))
+        return 0;
+    say("bucket %d would not come back equal: %s", bucket->bucketID,
+        wrong != nullptr ? wrong : "its rate is no whole number of kbps");
+    bucket->bucketID = 0;
+    return 1;
+}
+
+template <typename Limit> static int leave_out_limit(int upDir, const Limit &limit, const char *wrong)
+{
+    static char text[128];
+    forget_printed();
+    print_limit_command(upDir, true, limit);
+    const char *shown = printed();
+    const size_t size = strcspn(shown, "\n");
+    const size_t kept = size < sizeof text ? size : sizeof text - 1;
+    memcpy(text, shown, kept);
+    text[kept] = '\0';
+    say("%s would not come back equal: %s", text, wrong != nullptr ? wrong : "no command adds such a limit");
+    return 1;
+}
+
+// Keeps the entries that come back, in their order.
+template <typename Limit, size_t Size> static int check_table(int upDir, Limit (&entries)[Size], Limit (&back)[Size])
+{
+    int left = 0;
+    int kept = 0;
+    const int count = entries_in_use(entries);
+    for (int i = 0; i < count; i++) {
+        forget_printed();
+        print_limit_command(upDir, true, entries[i]);
+        const char *wrong = replay_printed();
+        if (wrong == nullptr && entries_in_use(back) == kept + 1 && equal_limits(entries[i], back[kept])) {
+            entries[kept++] = entries[i];
+        } else {
+            left += leave_out_limit(upDir, entries[i], wrong);
+            back[kept].valid = 0;
+        }
+    }
+    for (int i = kept; i < count; i++)
+        entries[i].valid = 0;
+    return left;
+}
+
+static int check_mode(kxqos_rl_t *limits)
+{
+    forget_printed();
+    print_mode_command(limits);
+    const char *wrong = replay_printed();
+    if (wrong == nullptr)
+        return 0;
+    say("the mode %d of the limits would not come back equal: %s", limits->mode, wrong);
+    limits->mode = RATELIMIT_MODE_DISABLE;
+    return 1;
+}
+
+static int check_limits(kxqos_rl_t *limits)
+{
+    kxqos_rl_t &back = replayed.limits[limits->upDir];
+    return check_mode(limits) + check_table(limits->upDir, limits->ipRule, back.ipRule) +
+           check_table(limits->upDir, limits->vlanRule, back.vlanRule) +
+           check_table(limits->upDir, limits->portRule, back.portRule);
+}
+
+int leave_out_unfaithful(configuration *held)
+{
+    start_configuration(&replayed);
+    print_to_memory();
+    int left = 0;
+    for (int at = 0; at < rule_places; at++)
+        if (held->rules[at].rule_id != 0)
+            left += check_rule(&held->rules[at], at);
+    for (int at = 0; at < KXQOS_BUCKET_LAST; at++)
+        if (held->buckets[at].bucketID != 0)
+            left += check_bucket(&held->buckets[at], at);
+    for (int upDir = 1; upDir >= 0; upDir--)
+        left += check_limits(&held->limits[upDir]);
+    return left;
+}

@@ -1,0 +1,58 @@
+// The verb "save".
+#include "verbs.h"
+
+#include "change_show.h"
+#include "commands.h"
+#include "faithful.h"
+#include "gateway.h"
+#include "message.h"
+#include "output.h"
+#include "replacement.h"
+#include "seam_device.h"
+#include "seam_output.h"
+#include "words.h"
+
+static configuration held;
+
+static void print_configuration()
+{
+    static const char *const words[] = {"configuration", "show"};
+    use_memory(&held);
+    print_to_standard_output();
+    print_line("# kxqos-config " KXQOS_VERSION);
+    print_line("# Whether the forwarding table is refreshed (\"refresh\") cannot be read, so it is not in here.");
+    run_command(2, words);
+    for (int number = 1; number <= KXQOS_COUNTER_LAST; number++)
+        if (held.counters[number] != 0)
+            print_counter_command(number, true);
+    print_debug_commands(held.debug, held.debug);
+}
+
+static int save_to_standard_output()
+{
+    print_configuration();
+    return finish_standard_output() ? status_done : status_failed;
+}
+
+static int save_to_file(const char *name)
+{
+    static replacement replacement;
+    if (!begin_replacement(name, &replacement))
+        return status_failed;
+    print_configuration();
+    return finish_replacement(&replacement, finish_output() == 0) ? status_done : status_failed;
+}
+
+int save(const char *name, const options &options)
+{
+    if (!open_gateway(options.waitSeconds))
+        return status_refused;
+    const bool whole = read_gateway(&held, nullptr);
+    unlock_gateway();
+    const bool lossy = (options.given & option_lossy) != 0;
+    if (!whole || (leave_out_unfaithful(&held) != 0 && !lossy)) {
+        say("nothing is saved");
+        return status_failed;
+    }
+    return equals(name, "-") ? save_to_standard_output() : save_to_file(name);
+}

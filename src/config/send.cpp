@@ -1,0 +1,178 @@
+#include "send.h"
+
+#include "device.h"
+#include "limit_db.h"
+#include "output.h"
+#include "record.h"
+#include "seam_device.h"
+#include "switch.h"
+
+#include <stdio.h>
+
+static const char *request_failure()
+{
+    const char *failure = gateway_failure();
+    return failure != nullptr ? failure : "the kernel module refused it";
+}
+
+// What the tool calls a failure of a request: with strict, any result but 0.
+static const char *send(kxqos_request request, void *payload, bool strict)
+{
+    const int result = kxqosctl_ioctl(KXQOS_REQUEST(request), payload);
+    return result < 0 || (strict && result != 0) ? request_failure() : nullptr;
+}
+
+static const char *send_word(kxqos_request request, uint32_t word)
+{
+    return send(request, &word, false);
+}
+
+static const char *send_counter(int number, bool enabled)
+{
+    kxqos_counter_info_s info;
+    clear(&info);
+    info.counterID = number;
+    return send(enabled ? KXQOS_COUNTER_ENABLE : KXQOS_COUNTER_DISABLE, &info, true);
+}
+
+// As it stands in a configuration: set when it is there, deleted when it is not.
+static const char *send_bucket(const configuration &configuration, int at)
+{
+    kxqos_rate_bucket_t bucket;
+    clear(&bucket);
+    bucket.bucketID = static_cast<uint16_t>(at + 1);
+    if (configuration.buckets[at].bucketID == 0)
+        return send(KXQOS_BUCKET_DELETE, &bucket, false);
+    bucket.rateLimit = configuration.buckets[at].rateLimit;
+    return send(KXQOS_BUCKET_SET, &bucket, false);
+}
+
+static int profile_of(int at)
+{
+    int profile = 0;
+    while (at >= first_place(profile + 1))
+        profile++;
+    return profile;
+}
+
+static const char *send_rule(const configuration &configuration, int at)
+{
+    kxqos_rule_t rule;
+    if (configuration.rules[at].rule_id != 0) {
+        rule = configuration.rules[at];
+        rule.counter = 0;
+        return send(KXQOS_RULE_ADD, &rule, false);
+    }
+    const int profile = profile_of(at);
+    clear(&rule);
+    rule.table_id = static_cast<uint16_t>(profile);
+    rule.rule_id = static_cast<uint16_t>(at - first_place(profile) + 1);
+    return send(KXQOS_RULE_DELETE, &rule, false);
+}
+
+static const char *send_reset(int profile)
+{
+    kxqos_rule_t rule;
+    clear(&rule);
+    rule.table_id = static_cast<uint16_t>(profile);
+    return send(KXQOS_RULE_RESET, &rule, false);
+}
+
+static int call_switch(const kxqos_rl_t &db, const change &change, uint32_t enable)
+{
+    expect_output();
+    switch (change.mode) {
+    case RATELIMIT_MODE_IP:
+        return switch_limit(db.upDir, db.ipRule[change.index], enable);
+    case RATELIMIT_MODE_VLAN:
+        return switch_limit(db.upDir, db.vlanRule[change.index], enable);
+    default:
+        return switch_limit(db.upDir, db.portRule[change.index], enable);
+    }
+}
+
+static const char *send_limit(const kxqos_rl_t &db, const change &change, bool enable)
+{
+    static char failure[48];
+    const int result = call_switch(db, change, enable);
+    if (result == 0)
+        return nullptr;
+    snprintf(failure, sizeof failure, "the library gave %d for the switch", result);
+    return failure;
+}
+
+static const char *send_limits(const kxqos_rl_t &db)
+{
+    return set_rate_limit_db(&db) == 0 ? nullptr : request_failure();
+}
+
+const char *send_change(const change &change, const sides &sides)
+{
+    const configuration &to = *sides.to;
+    switch (change.kind) {
+    case change_kind::refresh:
+        return send_word(KXQOS_REFRESH_SET, sides.refreshWord);
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        return send_counter(change.index, change.kind == change_kind::counter_enable);
+    case change_kind::switch_set:
+        return send_word(gateway_switches[change.index].set, to.switches[change.index]);
+    case change_kind::bucket_set:
+    case change_kind::bucket_delete:
+        return send_bucket(to, change.index);
+    case change_kind::rule_set:
+    case change_kind::rule_delete:
+        return send_rule(to, change.index);
+    case change_kind::rule_reset:
+        return send_reset(change.index);
+    case change_kind::limit_remove:
+        return send_limit(sides.from->limits[change.upDir], change, false);
+    case change_kind::limit_install:
+        return send_limit(to.limits[change.upDir], change, true);
+    case change_kind::limits_write:
+        return send_limits(to.limits[change.upDir]);
+    default:
+        return send_word(KXQOS_DEBUG_SET, to.debug);
+    }
+}
+
+static const char *undo_reset(const configuration &from, int profile)
+{
+    const char *failure = nullptr;
+    for (int at = first_place(profile); at < first_place(profile + 1); at++) {
+        const char *failed = from.rules[at].rule_id != 0 ? send_rule(from, at) : nullptr;
+        if (failed != nullptr)
+            failure = failed;
+    }
+    return failure;
+}
+
+const char *undo_change(const change &change, const sides &sides)
+{
+    const configuration &from = *sides.from;
+    switch (change.kind) {
+    case change_kind::refresh:
+        return nullptr; // what it was before cannot be known
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        return send_counter(change.index, from.counters[change.index] != 0);
+    case change_kind::switch_set:
+        return send_word(gateway_switches[change.index].set, from.switches[change.index]);
+    case change_kind::bucket_set:
+    case change_kind::bucket_delete:
+        return send_bucket(from, change.index);
+    case change_kind::rule_set:
+    case change_kind::rule_delete:
+        return send_rule(from, change.index);
+    case change_kind::rule_reset:
+        return undo_reset(from, change.index);
+    case change_kind::limit_remove:
+        return send_limit(from.limits[change.upDir], change, true);
+    case change_kind::limit_install:
+        return send_limit(sides.to->limits[change.upDir], change, false);
+    case change_kind::limits_write:
+        return send_limits(from.limits[change.upDir]);
+    default:
+        return send_word(KXQOS_DEBUG_SET, from.debug);
+    }
+}
