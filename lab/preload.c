@@ -222,7 +222,7 @@ int open_checked(const char *file, int oflag)
     static int (*next)(const char *, int);
 
     if (is_lab_device(file))
-        return open_device(oflag, 0);
+        return open_device(oflag);
     if (next == NULL)
         find_next("__open_2", &next);
     return next(file, oflag);
@@ -233,7 +233,7 @@ int open64_checked(const char *file, int oflag)
     static int (*next)(const char *, int);
 
     if (is_lab_device(file))
-        return open_device(oflag, 0);
+        return open_device(oflag);
     if (next == NULL)
         find_next("__open64_2", &next);
     return next(file, oflag);

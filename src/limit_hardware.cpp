@@ -17,17 +17,17 @@ static bool same_address(const ip_addr_t &a, const ip_addr_t &b)
     return memcmp(a.ipv6Addr.s6_addr, b.ipv6Addr.s6_addr, sizeof a.ipv6Addr.s6_addr) == 0;
 }
 
-bool same_key(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b)
+static bool same_key(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b)
 {
     return same_address(a.ip_max, b.ip_max) && same_address(a.ip_min, b.ip_min) && a.isIpv6 == b.isIpv6;
 }
 
-bool same_key(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b)
+static bool same_key(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b)
 {
     return a.vid == b.vid;
 }
 
-bool same_key(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b)
+static bool same_key(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b)
 {
     return a.port == b.port;
 }

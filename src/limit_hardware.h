@@ -7,11 +7,6 @@
 
 #include "kxqos.h"
 
-// Whether both are limits of the same address range, VLAN or port.
-bool same_key(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b);
-bool same_key(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b);
-bool same_key(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b);
-
 // Installs (enable 1) or removes (enable 0) every entry of the table that the mode selects.
 int oper_rate_limit_hw_rules(kxqos_rl_t *pRule, uint32_t enable);
 

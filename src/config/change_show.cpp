@@ -1,8 +1,6 @@
 #include "change_show.h"
 
 #include "as_commands.h"
-#include "equal.h"
-#include "limit_hardware.h"
 #include "limit_show.h"
 #include "output.h"
 
@@ -35,31 +33,31 @@ static void print_switch(const char *keyword, bool enabled)
 
 // A limit that is added goes behind all others. So of the former limits those stay that, in their order, are the first
 // of the new ones, with their new rates; the others are deleted, and what is missing then is added.
-template <typename Limit, size_t Size>
-static void print_table(const Limit (&from)[Size], const Limit (&to)[Size], int upDir)
+static void print_table(const limit_table &from, const limit_table &to)
 {
-    const int wanted = entries_in_use(to);
+    const int wanted = count_limits(to);
     int kept = 0;
-    for (int i = 0; i < entries_in_use(from); i++) {
-        if (kept < wanted && same_key(from[i], to[kept])) {
-            if (from[i].rate != to[kept].rate)
-                print_limit_command(upDir, true, to[kept]);
-            kept++;
-        } else {
-            print_limit_command(upDir, false, from[i]);
+    for (int i = 0; i < count_limits(from); i++) {
+        const char *limit = limit_at(from, i);
+        const char *next = limit_at(to, kept);
+        if (kept == wanted || !same_key(from, limit, next)) {
+            print_entry(from, limit, false);
+            continue;
         }
+        if (rate_of(from, limit) != rate_of(to, next))
+            print_entry(to, next, true);
+        kept++;
     }
     for (int i = kept; i < wanted; i++)
-        print_limit_command(upDir, true, to[i]);
+        print_entry(to, limit_at(to, i), true);
 }
 
 static void print_database(const kxqos_rl_t &from, const kxqos_rl_t &to)
 {
     if (from.mode != to.mode)
         print_mode_command(&to);
-    print_table(from.ipRule, to.ipRule, to.upDir);
-    print_table(from.vlanRule, to.vlanRule, to.upDir);
-    print_table(from.portRule, to.portRule, to.upDir);
+    for (int mode = first_table; mode <= last_table; mode++)
+        print_table(table_of(&from, mode), table_of(&to, mode));
 }
 
 static void print_file_line(const file &file, place where)
@@ -130,12 +128,8 @@ void print_change(const change &change, const configuration &from, const configu
 
 static void print_limit(const kxqos_rl_t &db, const change &change, bool addition)
 {
-    if (change.mode == RATELIMIT_MODE_IP)
-        print_limit_command(change.upDir, addition, db.ipRule[change.index]);
-    else if (change.mode == RATELIMIT_MODE_VLAN)
-        print_limit_command(change.upDir, addition, db.vlanRule[change.index]);
-    else
-        print_limit_command(change.upDir, addition, db.portRule[change.index]);
+    const limit_table table = table_of(&db, change.mode);
+    print_entry(table, limit_at(table, change.index), addition);
 }
 
 void print_change_briefly(const change &change, const configuration &from, const configuration &to)

@@ -1,7 +1,6 @@
 #include "changes.h"
 
 #include "equal.h"
-#include "limit_hardware.h"
 
 static void add(change_list *list, change_kind kind, int index)
 {
@@ -80,46 +79,24 @@ static void list_deleted_rules(const configuration &from, const configuration &t
             add(list, change_kind::rule_delete, at);
 }
 
-template <typename Limit, size_t Size> static int find_limit(const Limit (&entries)[Size], const Limit &wanted)
-{
-    for (int i = 0; i < static_cast<int>(Size) && entries[i].valid != 0; i++)
-        if (same_key(entries[i], wanted))
-            return i;
-    return -1;
-}
-
 // Of one table in the switch: what goes, then what comes; a limit that changes its rate goes just before it comes.
-template <typename Limit, size_t Size>
-static void list_switched(const Limit (&from)[Size], const Limit (&to)[Size], int upDir, int mode, change_list *list)
+static void list_table(const kxqos_rl_t &former, const kxqos_rl_t &wanted, int upDir, int mode, change_list *list)
 {
-    for (int i = 0; i < entries_in_use(from); i++)
-        if (find_limit(to, from[i]) < 0)
+    if (mode < first_table || mode > last_table)
+        return;
+    const limit_table from = table_of(&former, mode);
+    const limit_table to = table_of(&wanted, mode);
+    for (int i = 0; i < count_limits(from); i++)
+        if (find_limit(to, limit_at(from, i)) < 0)
             add_limit(list, change_kind::limit_remove, upDir, mode, i);
-    for (int i = 0; i < entries_in_use(to); i++) {
-        const int former = find_limit(from, to[i]);
-        if (former >= 0 && from[former].rate == to[i].rate)
+    for (int i = 0; i < count_limits(to); i++) {
+        const char *limit = limit_at(to, i);
+        const int at = find_limit(from, limit);
+        if (at >= 0 && rate_of(from, limit_at(from, at)) == rate_of(to, limit))
             continue;
-        if (former >= 0)
-            add_limit(list, change_kind::limit_remove, upDir, mode, former);
+        if (at >= 0)
+            add_limit(list, change_kind::limit_remove, upDir, mode, at);
         add_limit(list, change_kind::limit_install, upDir, mode, i);
-    }
-}
-
-// The table that a mode enforces, from one database to the other.
-static void list_table(const kxqos_rl_t &from, const kxqos_rl_t &to, int upDir, int mode, change_list *list)
-{
-    switch (mode) {
-    case RATELIMIT_MODE_IP:
-        list_switched(from.ipRule, to.ipRule, upDir, mode, list);
-        break;
-    case RATELIMIT_MODE_VLAN:
-        list_switched(from.vlanRule, to.vlanRule, upDir, mode, list);
-        break;
-    case RATELIMIT_MODE_PORT:
-        list_switched(from.portRule, to.portRule, upDir, mode, list);
-        break;
-    default:
-        break;
     }
 }
 
@@ -169,18 +146,6 @@ void list_changes(const configuration &from, const configuration &to, const name
         list_switch(from, to, switch_qos, list);
 }
 
-static place place_of_limit(const change &change, const names &names)
-{
-    switch (change.mode) {
-    case RATELIMIT_MODE_IP:
-        return names.ip[change.upDir][change.index];
-    case RATELIMIT_MODE_VLAN:
-        return names.vlan[change.upDir][change.index];
-    default:
-        return names.port[change.upDir][change.index];
-    }
-}
-
 static place place_of_debug(const names &names)
 {
     for (const place &where : names.debug)
@@ -204,7 +169,7 @@ place place_of(const change &change, const names &names)
     case change_kind::rule_set:
         return names.rules[change.index];
     case change_kind::limit_install:
-        return place_of_limit(change, names);
+        return names.limits[change.upDir][change.mode][change.index];
     case change_kind::limits_write:
         return names.modes[change.upDir];
     case change_kind::debug_set:

@@ -66,13 +66,4 @@ inline int rule_place(unsigned profile, unsigned id)
     return first_place(static_cast<int>(profile)) + static_cast<int>(id) - 1;
 }
 
-// The entries in use of a table of limits: those before its first free one.
-template <typename Limit, size_t Size> int entries_in_use(const Limit (&entries)[Size])
-{
-    int count = 0;
-    while (count < static_cast<int>(Size) && entries[count].valid != 0)
-        count++;
-    return count;
-}
-
 #endif

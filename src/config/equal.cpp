@@ -1,8 +1,6 @@
 #include "equal.h"
 
 #include "action_fields.h"
-#include "configuration.h"
-#include "limit_hardware.h"
 #include "match_fields.h"
 
 #include <string.h>
@@ -63,36 +61,4 @@ static uint32_t rounded(uint32_t rateLimit)
 bool equal_rates(const kxqos_rate_bucket_t &wanted, const kxqos_rate_bucket_t &present)
 {
     return present.rateLimit == wanted.rateLimit || present.rateLimit == rounded(wanted.rateLimit);
-}
-
-bool equal_limits(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b)
-{
-    return same_key(a, b) && a.rate == b.rate;
-}
-
-bool equal_limits(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b)
-{
-    return same_key(a, b) && a.rate == b.rate;
-}
-
-bool equal_limits(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b)
-{
-    return same_key(a, b) && a.rate == b.rate;
-}
-
-template <typename Limit, size_t Size> static bool equal_tables(const Limit (&a)[Size], const Limit (&b)[Size])
-{
-    const int count = entries_in_use(a);
-    if (count != entries_in_use(b))
-        return false;
-    for (int i = 0; i < count; i++)
-        if (!equal_limits(a[i], b[i]))
-            return false;
-    return true;
-}
-
-bool equal_databases(const kxqos_rl_t &a, const kxqos_rl_t &b)
-{
-    return a.mode == b.mode && equal_tables(a.ipRule, b.ipRule) && equal_tables(a.vlanRule, b.vlanRule) &&
-           equal_tables(a.portRule, b.portRule);
 }

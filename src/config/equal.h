@@ -14,11 +14,4 @@ int different_field(const kxqos_rule_t &a, const kxqos_rule_t &b);
 // The rate that was asked for and the one that is there, which the module may have rounded up to its granularity.
 bool equal_rates(const kxqos_rate_bucket_t &wanted, const kxqos_rate_bucket_t &present);
 
-bool equal_limits(const kxqos_ip_rl_t &a, const kxqos_ip_rl_t &b);
-bool equal_limits(const kxqos_vlan_rl_t &a, const kxqos_vlan_rl_t &b);
-bool equal_limits(const kxqos_port_rl_t &a, const kxqos_port_rl_t &b);
-
-// Mode and tables, entry by entry, in order. What stands behind the first free entry of a table does not count.
-bool equal_databases(const kxqos_rl_t &a, const kxqos_rl_t &b);
-
 #endif

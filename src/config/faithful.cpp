@@ -2,7 +2,6 @@
 
 #include "as_commands.h"
 #include "equal.h"
-#include "limit_hardware.h"
 #include "limit_show.h"
 #include "match_fields.h"
 #include "message.h"
@@ -98,40 +97,37 @@ static int check_bucket(kxqos_rate_bucket_t *bucket, int at)
     return 1;
 }
 
-template <typename Limit> static int leave_out_limit(int upDir, const Limit &limit, const char *wrong)
+static void say_limit(const limit_table &table, const char *limit, const char *wrong)
 {
-    static char text[128];
     forget_printed();
-    print_limit_command(upDir, true, limit);
+    print_entry(table, limit, true);
     const char *shown = printed();
-    const size_t size = strcspn(shown, "\n");
-    const size_t kept = size < sizeof text ? size : sizeof text - 1;
-    memcpy(text, shown, kept);
-    text[kept] = '\0';
-    say("%s would not come back equal: %s", text, wrong != nullptr ? wrong : "no command adds such a limit");
-    return 1;
+    say("%.*s would not come back equal: %s", static_cast<int>(strcspn(shown, "\n")), shown,
+        wrong != nullptr ? wrong : "no command adds such a limit");
 }
 
 // Keeps the entries that come back, in their order.
-template <typename Limit, size_t Size> static int check_table(int upDir, Limit (&entries)[Size], Limit (&back)[Size])
+static int check_table(const limit_table &table, const limit_table &back)
 {
-    int left = 0;
     int kept = 0;
-    const int count = entries_in_use(entries);
+    const int count = count_limits(table);
     for (int i = 0; i < count; i++) {
+        char *limit = limit_at(table, i);
+        char *returned = limit_at(back, kept);
         forget_printed();
-        print_limit_command(upDir, true, entries[i]);
+        print_entry(table, limit, true);
         const char *wrong = replay_printed();
-        if (wrong == nullptr && entries_in_use(back) == kept + 1 && equal_limits(entries[i], back[kept])) {
-            entries[kept++] = entries[i];
+        if (wrong == nullptr && limit_in_use(returned) && same_key(table, limit, returned) &&
+            rate_of(table, limit) == rate_of(back, returned)) {
+            memmove(limit_at(table, kept), limit, table.entrySize);
+            kept++;
         } else {
-            left += leave_out_limit(upDir, entries[i], wrong);
-            back[kept].valid = 0;
+            say_limit(table, limit, wrong);
+            memset(returned, 0, table.entrySize);
         }
     }
-    for (int i = kept; i < count; i++)
-        entries[i].valid = 0;
-    return left;
+    memset(limit_at(table, kept), 0, static_cast<size_t>(table.size - kept) * table.entrySize);
+    return count - kept;
 }
 
 static int check_mode(kxqos_rl_t *limits)
@@ -148,10 +144,10 @@ static int check_mode(kxqos_rl_t *limits)
 
 static int check_limits(kxqos_rl_t *limits)
 {
-    kxqos_rl_t &back = replayed.limits[limits->upDir];
-    return check_mode(limits) + check_table(limits->upDir, limits->ipRule, back.ipRule) +
-           check_table(limits->upDir, limits->vlanRule, back.vlanRule) +
-           check_table(limits->upDir, limits->portRule, back.portRule);
+    int left = check_mode(limits);
+    for (int mode = first_table; mode <= last_table; mode++)
+        left += check_table(table_of(limits, mode), table_of(&replayed.limits[limits->upDir], mode));
+    return left;
 }
 
 int leave_out_unfaithful(configuration *held)

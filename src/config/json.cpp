@@ -125,7 +125,7 @@ static void print_rule(const kxqos_rule_t &rule, bool *first)
     print("],\"hits\":%llu}", static_cast<unsigned long long>(rule.counter));
 }
 
-static void print_limit_entry(const kxqos_ip_rl_t &limit)
+static void print_ip_limit(const kxqos_ip_rl_t &limit)
 {
     char low[address_text_size];
     char high[address_text_size];
@@ -139,23 +139,24 @@ static void print_limit_entry(const kxqos_ip_rl_t &limit)
     print("{\"low\":\"%s\",\"high\":\"%s\",\"rate\":%u}", low, high, limit.rate);
 }
 
-static void print_limit_entry(const kxqos_vlan_rl_t &limit)
+static void print_number_limit(const limit_table &table, const char *kind, const char *limit)
 {
-    print("{\"vlan\":%d,\"rate\":%u}", limit.vid, limit.rate);
+    uint16_t number = 0;
+    memcpy(&number, limit + offsetof(kxqos_vlan_rl_t, vid), sizeof number);
+    print("{\"%s\":%d,\"rate\":%u}", kind, number, rate_of(table, limit));
 }
 
-static void print_limit_entry(const kxqos_port_rl_t &limit)
-{
-    print("{\"port\":%d,\"rate\":%u}", limit.port, limit.rate);
-}
-
-template <typename Limit, size_t Size> static void print_table(const char *name, const Limit (&entries)[Size])
+static void print_table(const limit_table &table, const char *name)
 {
     bool first = true;
     print(",\n  \"%s\":[", name);
-    for (int i = 0; i < entries_in_use(entries); i++) {
+    for (int i = 0; i < count_limits(table); i++) {
         print("%s", next(&first));
-        print_limit_entry(entries[i]);
+        const char *limit = limit_at(table, i);
+        if (table.mode == RATELIMIT_MODE_IP)
+            print_ip_limit(*reinterpret_cast<const kxqos_ip_rl_t *>(limit));
+        else
+            print_number_limit(table, name, limit);
     }
     print("]");
 }
@@ -168,9 +169,8 @@ static void print_limits(const char *direction, const kxqos_rl_t &limits)
         print("\"mode\":\"%s\"", modes[limits.mode]);
     else
         print("\"mode\":%d", limits.mode);
-    print_table("ip", limits.ipRule);
-    print_table("vlan", limits.vlanRule);
-    print_table("port", limits.portRule);
+    for (int mode = first_table; mode <= last_table; mode++)
+        print_table(table_of(&limits, mode), modes[mode]);
     print("}");
 }
 

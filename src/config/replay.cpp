@@ -1,7 +1,6 @@
 #include "replay.h"
 
 #include "commands.h"
-#include "limit_hardware.h"
 #include "message.h"
 #include "number.h"
 #include "record.h"
@@ -69,33 +68,35 @@ static const char *drop_bucket(const kxqos_rate_bucket_t &bucket, configuration 
     return nullptr;
 }
 
-// The limit that a line adds stands alone in a table that was empty.
-template <typename Limit, size_t Size>
-static const char *take_limit(const Limit &limit, place where, Limit (&entries)[Size], place (&places)[Size])
+// Adds the limit that stands alone in the table that a line wrote.
+static const char *take_limit(const limit_table &written, place where, kxqos_rl_t *held, names *names)
 {
-    int at = 0;
-    while (at < static_cast<int>(Size) && entries[at].valid != 0 && !same_key(entries[at], limit))
-        at++;
-    if (at == static_cast<int>(Size))
-        return "the table of these limits is full";
-    if (entries[at].valid != 0 && entries[at].rate != limit.rate)
+    const char *limit = limit_at(written, 0);
+    const limit_table table = table_of(held, written.mode);
+    int at = find_limit(table, limit);
+    if (at >= 0 && rate_of(table, limit_at(table, at)) != rate_of(table, limit))
         return "this limit is given twice, with two rates";
-    entries[at] = limit;
-    places[at] = where;
+    if (at < 0)
+        at = count_limits(table);
+    if (at == table.size)
+        return "the table of these limits is full";
+    memcpy(limit_at(table, at), limit, table.entrySize);
+    names->limits[held->upDir][table.mode][at] = where;
     return nullptr;
 }
 
-// The table as a line that deletes has left it; the places move with their limits.
-template <typename Limit, size_t Size>
-static bool take_table(const Limit (&left)[Size], Limit (&entries)[Size], place (&places)[Size])
+// Takes the table as a line that deletes has left it; the places move with their limits. Returns false when it is as it
+// was.
+static bool take_table(const limit_table &left, const limit_table &held, place (&places)[limit_entries_most])
 {
-    if (memcmp(left, entries, sizeof left) == 0)
+    const int count = count_limits(held);
+    if (count == count_limits(left))
         return false;
-    size_t at = 0;
-    while (memcmp(&left[at], &entries[at], sizeof left[at]) == 0)
+    int at = 0;
+    while (at + 1 < count && same_key(held, limit_at(held, at), limit_at(left, at)))
         at++;
-    memmove(places + at, places + at + 1, (Size - at - 1) * sizeof places[0]);
-    memcpy(entries, left, sizeof left);
+    memmove(places + at, places + at + 1, static_cast<size_t>(count - at - 1) * sizeof places[0]);
+    memcpy(held.entries, left.entries, static_cast<size_t>(held.size) * held.entrySize);
     return true;
 }
 
@@ -104,29 +105,25 @@ static const char *delete_limit(const line &line, kxqos_rl_t *held, names *names
     // Once more, with what there is to delete from.
     take_words(line.count, line.words, 0, held);
     const kxqos_rl_t &left = what_was_recorded().limits;
-    const int upDir = held->upDir;
-    if (take_table(left.ipRule, held->ipRule, names->ip[upDir]) ||
-        take_table(left.vlanRule, held->vlanRule, names->vlan[upDir]) ||
-        take_table(left.portRule, held->portRule, names->port[upDir]))
-        return nullptr;
+    for (int mode = first_table; mode <= last_table; mode++)
+        if (take_table(table_of(&left, mode), table_of(held, mode), names->limits[held->upDir][mode]))
+            return nullptr;
     return "there is no such limit to delete";
 }
 
 static const char *take_limits(const line &line, const kxqos_rl_t &written, configuration *wanted, names *names)
 {
-    const int upDir = written.upDir;
-    kxqos_rl_t &held = wanted->limits[upDir];
+    kxqos_rl_t &held = wanted->limits[written.upDir];
     if (written.mode != no_mode) {
         held.mode = written.mode;
-        names->modes[upDir] = line.where;
+        names->modes[written.upDir] = line.where;
         return nullptr;
     }
-    if (written.ipRule[0].valid != 0)
-        return take_limit(written.ipRule[0], line.where, held.ipRule, names->ip[upDir]);
-    if (written.vlanRule[0].valid != 0)
-        return take_limit(written.vlanRule[0], line.where, held.vlanRule, names->vlan[upDir]);
-    if (written.portRule[0].valid != 0)
-        return take_limit(written.portRule[0], line.where, held.portRule, names->port[upDir]);
+    for (int mode = first_table; mode <= last_table; mode++) {
+        const limit_table table = table_of(&written, mode);
+        if (count_limits(table) != 0)
+            return take_limit(table, line.where, &held, names);
+    }
     return delete_limit(line, &held, names);
 }
 

@@ -4,6 +4,7 @@
 
 #include "configuration.h"
 #include "file.h"
+#include "limit_table.h"
 
 inline constexpr int debug_categories = 9;
 
@@ -12,9 +13,7 @@ struct names {
     place rules[rule_places];
     place buckets[KXQOS_BUCKET_LAST];
     place modes[2];
-    place ip[2][KXQOS_RL_IP_ENTRIES];
-    place vlan[2][KXQOS_RL_VLAN_ENTRIES];
-    place port[2][KXQOS_RL_PORT_ENTRIES];
+    place limits[2][last_table + 1][limit_entries_most]; // by upDir, table and entry
     place switches[switch_count];
     // Governed one by one: only what is named.
     place counters[KXQOS_COUNTER_LAST + 1];

@@ -5,7 +5,6 @@
 #include "output.h"
 #include "record.h"
 #include "seam_device.h"
-#include "switch.h"
 
 #include <stdio.h>
 
@@ -78,23 +77,12 @@ static const char *send_reset(int profile)
     return send(KXQOS_RULE_RESET, &rule, false);
 }
 
-static int call_switch(const kxqos_rl_t &db, const change &change, uint32_t enable)
-{
-    expect_output();
-    switch (change.mode) {
-    case RATELIMIT_MODE_IP:
-        return switch_limit(db.upDir, db.ipRule[change.index], enable);
-    case RATELIMIT_MODE_VLAN:
-        return switch_limit(db.upDir, db.vlanRule[change.index], enable);
-    default:
-        return switch_limit(db.upDir, db.portRule[change.index], enable);
-    }
-}
-
 static const char *send_limit(const kxqos_rl_t &db, const change &change, bool enable)
 {
     static char failure[48];
-    const int result = call_switch(db, change, enable);
+    const limit_table table = table_of(&db, change.mode);
+    expect_output(); // the library may print
+    const int result = switch_entry(table, limit_at(table, change.index), enable);
     if (result == 0)
         return nullptr;
     snprintf(failure, sizeof failure, "the library gave %d for the switch", result);
