@@ -9,7 +9,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 # A copy, so that nothing is left in the tree's build folder.
 mkdir -p "$work/tree/scripts" "$work/bin"
-cp "$1/scripts/elsewhere" "$1/scripts/setup" "$work/tree/scripts"
+cp "$1/scripts/elsewhere" "$1/scripts/setup" "$1/scripts/help.sh" "$work/tree/scripts"
 cd "$work/tree" || exit
 
 # elsewhere WORD...: what it says, and its status.
@@ -18,16 +18,20 @@ elsewhere() {
     echo "= $?"
 }
 
-use='(scripts/elsewhere RELEASE)'
-same 'no word' "elsewhere: no release $use
+more='(--help tells more)'
+same 'no word' "elsewhere: a word is missing $more
 = 2" "$(elsewhere)"
-for word in --fast -x Trixie ../trixie 13; do
-    same "the word $word" "elsewhere: no release is called: $word $use
+for word in --fast -x; do
+    same "the option $word" "elsewhere: unknown option: $word $more
 = 2" "$(elsewhere "$word")"
 done
-same 'one word more' "elsewhere: unknown word: quick $use
+for word in '' Trixie ../trixie 13; do
+    same "the word '$word'" "elsewhere: no release is called: $word $more
+= 2" "$(elsewhere "$word")"
+done
+same 'one word more' "elsewhere: unknown word: quick $more
 = 2" "$(elsewhere trixie quick)"
-same 'help begins with the use' 'scripts/elsewhere RELEASE' "$(elsewhere --help | sed -n '1s/    .*//p')"
+same 'help tells the use' 1 "$(elsewhere --help | grep -c 'scripts/elsewhere RELEASE$')"
 same 'the status of help' '= 0' "$(elsewhere --help | tail -n 1)"
 same 'left by all these' '' "$(find . -name build)"
 
@@ -43,8 +47,8 @@ played id 'echo 1000'
 same 'not root' "elsewhere: only root can make a system of its own
 = 1" "$(elsewhere trixie)"
 played id 'echo 0'
-played dpkg-query "printf '%s installed\n' debootstrap git procps util-linux" # nothing is to be set up
-same 'a release that there is not' "elsewhere: no release is called: nosuch $use
+played dpkg-query "for package; do echo \"\$package installed\"; done" # nothing is to be set up
+same 'a release that there is not' "elsewhere: no release is called: nosuch $more
 = 2" "$(PATH=$work/bin:$PATH elsewhere nosuch)"
 
 # Ended while a system is being made. Namespaces need root.
