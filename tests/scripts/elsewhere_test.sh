@@ -80,6 +80,7 @@ ended() {
     PATH=$work/bin:$PATH scripts/elsewhere trixie >"$work/said" 2>&1 &
     for _ in $(seq 300); do
         [ ! -e "$work/begun" ] || break
+        kill -0 $! 2>/dev/null || break
         sleep 0.1
     done
     left >"$work/before"
