@@ -1,5 +1,5 @@
 # What distributions harden programs with, and what each costs: in the instructions of a rule added on x86_64, and in the
-# text of the AArch64 build, which rig/check-size limits. docs/performance.md has the whole of both.
+# text of the AArch64 build, which integration/check-size limits. docs/performance.md has the whole of both.
 #
 # Kept:
 #   position-independent, so that addresses are random   +2,581 instructions, +897 bytes
