@@ -102,8 +102,8 @@ static void say_limit(const limit_table &table, const char *limit, const char *w
     forget_printed();
     print_entry(table, limit, true);
     const char *shown = printed();
-    say("%.*s would not come back equal: %s", static_cast<int>(strcspn(shown, "\n")), shown,
-        wrong != nullptr ? wrong : "no command adds such a limit");
+    const int size = static_cast<int>(strcspn(shown, "\n")) - 1; // without the blank at its end
+    say("%.*s would not come back equal: %s", size, shown, wrong != nullptr ? wrong : "no command adds such a limit");
 }
 
 // Keeps the entries that come back, in their order.

@@ -93,30 +93,43 @@ static bool is_blank(char c)
     return c == ' ' || c == '\t';
 }
 
+// Copies the word at text to out and terminates it. Returns what is behind it, or null when it does not fit.
+static const char *copy_word(const char *text, const char *end, char **out, const char *room)
+{
+    char *next = *out;
+    for (; text != end && !is_blank(*text); text++) {
+        if (next == room)
+            return nullptr;
+        *next++ = *text;
+    }
+    *next = '\0';
+    *out = next + 1;
+    return text;
+}
+
 void divide_line(const char *text, uint32_t size, line *line)
 {
-    if (size > 0 && text[size - 1] == '\r')
-        size--;
-    int used = 0;
+    const char *end = text + size;
+    if (size > 0 && end[-1] == '\r')
+        end--;
+    char *out = line->characters;
+    const char *room = line->characters + line_length_most;
     line->count = 0;
-    for (uint32_t i = 0; i < size; i++) {
-        if (is_blank(text[i]))
-            continue;
-        if (i == 0 || is_blank(text[i - 1])) {
-            if (line->count == line_words_most) {
-                line->count = 0;
-                return;
-            }
-            line->words[line->count++] = line->characters + used;
-        }
-        // This character and its terminator, or the next one.
-        if (used + 2 > static_cast<int>(sizeof line->characters)) {
+    for (;;) {
+        while (text != end && is_blank(*text))
+            text++;
+        if (text == end)
+            return;
+        if (line->count == line_words_most || out > room) {
             line->count = 0;
             return;
         }
-        line->characters[used++] = text[i];
-        if (i + 1 == size || is_blank(text[i + 1]))
-            line->characters[used++] = '\0';
+        line->words[line->count++] = out;
+        text = copy_word(text, end, &out, room);
+        if (text == nullptr) {
+            line->count = 0;
+            return;
+        }
     }
 }
 

@@ -1,0 +1,255 @@
+"""diff and apply: what is sent, in which order, and what holds afterwards."""
+
+import unittest
+
+from gateway import CONFIG, NOTHING, TREE, GatewayTest, rule_bytes
+
+# Something of everything.
+FULL = '''\
+rule 5 match vid 7 action rate-bucket 3
+rule 6 match sip 10.0.0.1~10.0.0.9 indev eth0 action queue 1 counter 9
+rule 7 profile lanhost action dscp 5
+bucket 3 rate 100
+bucket 4 rate 0
+limit up mode vlan
+limit up add vlan 3 rate 64
+limit up add vlan 1 rate 65
+limit up add ip 1.2.3.4 rate 5
+limit down mode port
+limit down add port 3 rate 10
+puredscpremark enable
+fine-classifi disable
+qos enable
+counter 9 enable
+debug info on
+debug error on
+'''
+OTHER = '''\
+rule 5 match vid 8 action rate-bucket 4
+rule 1 profile bridgedata action queue 2
+bucket 4 rate 640
+limit up mode ip
+limit up add ip 1.2.3.4 rate 5
+limit down mode port
+limit down add port 3 rate 11
+limit down add port 4 rate 12
+'''
+
+VLAN = 'libkx_switchApi_vlanSetRateLimit'
+PORT = 'libkx_switchApi_portSetRateLimit'
+IPV4 = 'libkx_switchApi_ipv4SetRateLimit'
+
+
+class Apply(GatewayTest):
+    def test_everything_to_an_empty_gateway(self):
+        ran = self.config('apply', self.file(FULL))
+        self.says(ran, 0)
+        # A counter, the buckets, the rules; each direction's limits in the switch and in the module; the switches, the
+        # flags, and QoS last. The direction of a port is inverted.
+        self.assertEqual(ran.changes, [
+            25, 8, 8, 13, 13, 13,
+            f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0', 19, 19,
+            f'{PORT} 3 1 1 10 = 0', 19, 19,
+            32, 34, 1, 28])
+        sent = [sent for number, _, sent in ran.requests if number not in (17, 20, 19)]
+        self.assertIn(rule_bytes(0, 5, (20, '0700'), (92, 'ffff'), (212, '10'), (220, '0300'), (224, '02')), sent)
+        # 100 kbps in units of 1/128: 12800 is 0x3200.
+        self.assertIn(bytes.fromhex('030000000032000000000000'), sent)
+        self.assertEqual(ran.opens, 1)
+        self.assertEqual(self.shown(), '''\
+!
+qos enable
+!
+rule 5 profile qos match vid 7/0xffff action rate-bucket 3
+rule 6 profile qos match sip 10.0.0.1~10.0.0.9 indev eth0 action queue 1 counter 9
+rule 7 profile lanhost action dscp 5
+!
+puredscpremark enable \nfine-classifi disable \n!
+bucket 3 rate 128
+bucket 4 rate 0
+!
+limit up mode vlan
+limit up add ip 1.2.3.4~1.2.3.4 rate 5 \nlimit up add vlan 3 rate 64 \nlimit up add vlan 1 rate 65 \n\
+limit down mode port
+limit down add port 3 rate 10 \n!
+''')
+
+    def test_nothing_when_nothing_differs(self):
+        self.applied(FULL)
+        before = self.status()
+        ran = self.config('apply', self.file(FULL))
+        self.says(ran, 0)
+        # Three switches, three rules and five ends, two buckets and an end, four halves, a counter, the flags.
+        self.assertEqual((ran.changes, len(ran.requests)), ([], 3 + 8 + 3 + 4 + 1 + 1))
+        self.assertEqual(self.status(), before)
+
+    def test_the_same_as_typed(self):
+        typed = (TREE / 'tests/roundtrip/typed.txt').read_text()
+        self.applied(FULL)
+        ran = self.config('apply', self.file(typed))
+        self.assertEqual(ran.status, 0)
+        applied = self.shown()
+        self.state = self.folder / 'another'
+        self.type('\n'.join(line for line in typed.splitlines() if line and line[0] != '#'))
+        self.assertEqual(applied, self.shown())
+
+    def test_what_is_not_named_is_off(self):
+        self.applied(FULL)
+        changes = self.applied('bucket 4 rate 0\n')
+        # QoS first, and the rules before the buckets; a profile that becomes empty is one request.
+        self.assertEqual(changes, [
+            28, f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', 19, 19, f'{PORT} 3 1 0 10 = 0', 19, 19,
+            32, 34, 15, 15, 9])
+        self.assertEqual(self.shown(), NOTHING.replace('!\nlimit', 'bucket 4 rate 0\n!\nlimit'))
+        # Counters and debug flags are governed one by one, and those were not named.
+        shown = self.config('show').out.decode()
+        self.assertTrue(shown.endswith('!\ncounter 9 enable\ndebug info on\ndebug error on\n'))
+
+    def test_counters_and_flags_one_by_one(self):
+        self.applied(FULL)
+        self.assertEqual(self.applied(FULL.replace('counter 9 enable', 'counter 9 disable\ncounter 8 enable\n'
+                                                   'counter 7 disable').replace('debug info on', 'debug info off\n'
+                                                                                'debug match on\ndebug packet off')),
+                         [25, 1, 22])
+        shown = self.config('show').out.decode()
+        self.assertTrue(shown.endswith('!\ncounter 8 enable\ndebug error on\ndebug match on\n'), shown)
+
+    def test_refresh_is_sent_when_named(self):
+        ran = self.config('apply', self.file('qos enable\nrefresh disable\n'))
+        self.assertEqual((ran.status, ran.changes), (0, [36, 28]))
+        ran = self.config('apply', self.file('qos enable\nrefresh enable\n'))
+        # The module's word suppresses it.
+        self.assertEqual((ran.status, [sent for number, _, sent in ran.requests if number == 36]), (0, [bytes(4)]))
+        ran = self.config('diff', self.file('qos enable\nrefresh enable\n'))
+        self.assertEqual((ran.status, ran.out, ran.changes), (0, b'refresh enable\n', []))
+
+    def test_one_request_for_each_difference(self):
+        self.applied(FULL)
+        for old, new, changes in (
+                ('vid 7', 'vid 9', [13]),
+                ('vid 9', 'vid 9/1', [13]),
+                ('vid 9/1', 'vid !9/1', [13]),
+                ('10.0.0.9 indev', '10.0.0.8 indev', [13]),
+                ('eth0', 'eth1', [13]),
+                ('dscp 5', 'dscp 6', [13]),
+                ('dscp 6', 'dscp 6 sw-fwd', [13]),
+                ('rule 7 profile lanhost', 'rule 8 profile lanhost', [13, 14]),
+                ('bucket 3 rate 100', 'bucket 3 rate 129', [8]),
+                ('bucket 4', 'bucket 5', [8, 9]),
+                ('puredscpremark enable', 'puredscpremark disable', [32]),
+                ('fine-classifi disable', 'fine-classifi enable', [34]),
+                ('qos enable', 'qos disable', [28]),
+                ('debug info', 'debug action', [1]),
+                ('rule 6 match', 'rule 60 match', [13, 14])):
+            self.text = getattr(self, 'text', FULL).replace(old, new)
+            self.assertEqual(self.applied(self.text), changes, new)
+            self.assertEqual(self.applied(self.text), [], new)
+
+    def test_what_does_not_count(self):
+        # Rounded up to 64 kbps by the module.
+        self.applied('bucket 3 rate 65\nrule 5 match sip 10.0.0.1 action queue 1\n')
+        for rate in 65, 100, 127, 128:
+            self.assertEqual(self.applied(f'bucket 3 rate {rate}\nrule 5 match sip 10.0.0.1 action queue 1\n'), [])
+        self.assertEqual(self.applied('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'), [8])
+        # Hits; an action that only the module sets; a field that is not selected; what is behind an IPv4 address; a
+        # number of a bucket without its action; bits that are no field.
+        for offset, text in ((232, '7700'), (225, '01'), (224, '81'), (16, '0700'), (32, 'ff'), (220, '09'),
+                             (215, '40')):
+            ran = self.config('diff', self.file('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'),
+                              faults=[f'17#1=bytes:{offset}:{text}'])
+            self.assertEqual((ran.status, ran.out), (0, b''), (offset, ran.err))
+
+    def test_buckets_come_before_their_rules_and_go_after_them(self):
+        self.assertEqual(self.applied('rule 5 action rate-bucket 1\nrule 6 action queue 1\nbucket 1 rate 64\n'),
+                         [8, 13, 13])
+        self.assertEqual(self.applied('rule 5 action rate-bucket 2\nrule 6 action queue 1\nbucket 2 rate 64\n'),
+                         [8, 13, 9])
+        self.assertEqual(self.applied('rule 6 action queue 1\n'), [14, 9])
+
+    def test_limits(self):
+        vlans = 'limit up mode vlan\nlimit up add vlan 1 rate 10\nlimit up add vlan 2 rate 20\n'
+        self.applied(vlans + 'limit up add vlan 3 rate 30\n')
+        for text, changes in (
+                # One goes, one comes, one changes its rate: that one is removed with the old, as the tool does it.
+                (vlans.replace('rate 20', 'rate 25') + 'limit up add vlan 4 rate 40\n',
+                 [f'{VLAN} 3 1 0 30 = 0', f'{VLAN} 2 1 0 20 = 0', f'{VLAN} 2 1 1 25 = 0', f'{VLAN} 4 1 1 40 = 0',
+                  19, 19]),
+                # Another order is nothing to the switch.
+                ('limit up add vlan 4 rate 40\n' + vlans.replace('rate 20', 'rate 25'), [19, 19]),
+                # Nor is a table that is not in force.
+                ('limit up add vlan 4 rate 40\n' + vlans.replace('rate 20', 'rate 25') +
+                 'limit up add ip 1.2.3.4 rate 50\nlimit up add ip6 ::1~::2 rate 60\n', [19, 19]),
+                # Another mode: all of the one table, then all of the other.
+                ('limit up add vlan 4 rate 40\nlimit up mode ip\n'
+                 'limit up add ip 1.2.3.4 rate 50\nlimit up add ip6 ::1~::2 rate 60\n',
+                 [f'{VLAN} 4 1 0 40 = 0', f'{VLAN} 1 1 0 10 = 0', f'{VLAN} 2 1 0 25 = 0',
+                  f'{IPV4} 1.2.3.4 1.2.3.4 1 1 50 = 0', 'libkx_switchApi_ipv6SetRateLimit ::1 ::2 1 1 60 = 0', 19, 19]),
+                ('limit down mode port\nlimit down add port 0 rate 7\n',
+                 [f'{IPV4} 1.2.3.4 1.2.3.4 1 0 50 = 0', 'libkx_switchApi_ipv6SetRateLimit ::1 ::2 1 0 60 = 0', 19, 19,
+                  f'{PORT} 0 1 1 7 = 0', 19, 19])):
+            self.assertEqual(self.applied(text), changes, text)
+            self.assertEqual(self.applied(text), [], text)
+
+    def test_diff_shows_commands_and_changes_nothing(self):
+        self.applied(FULL)
+        ran = self.config('diff', self.file(OTHER))
+        self.says(ran, 1)
+        self.assertEqual((ran.changes, ran.opens), ([], 1))
+        self.assertEqual(ran.out.decode(), '''\
+qos disable
+bucket 4 rate 640
+rule 5 match vid 8 action rate-bucket 4
+rule 1 profile bridgedata action queue 2
+limit up mode ip
+limit up delete vlan 3 rate 64 \nlimit up delete vlan 1 rate 65 \n\
+limit down add port 3 rate 11 \nlimit down add port 4 rate 12 \n\
+puredscpremark disable
+fine-classifi enable
+rule 6 profile qos delete
+reset profile lanhost
+bucket 3 delete
+''')
+        self.assertEqual(self.config('diff', self.file(FULL)).out, b'')
+
+    def test_what_diff_shows_does_what_apply_does(self):
+        for former, wanted in ((FULL, OTHER), (OTHER, FULL), (FULL, 'qos disable\n'), ('qos disable\n', FULL),
+                               # In another order, with other rates; and what no display shows.
+                               ('limit up mode vlan\n' + ''.join(f'limit up add vlan {n} rate 5\n' for n in range(1, 9)),
+                                'limit up mode vlan\n' + ''.join(f'limit up add vlan {n} rate {n}\n'
+                                                                 for n in (2, 3, 9, 5, 1))),
+                               (FULL, 'rule 9 match protocols 5/7 action queue 1\n'
+                                      'rule 10 match sip 10.0.0.0/8 esip 10.0.0.1~10.0.0.2 action\n')):
+            self.applied(former)
+            shown = self.config('diff', self.file(wanted)).out
+            ran = self.config('run', '-', input=shown)
+            self.assertEqual((ran.status, ran.err), (0, ''))
+            self.assertEqual(self.applied(wanted), [])
+            by_run = sorted(self.status().splitlines())  # the switch keeps its limits in the order of the calls
+            self.applied(former)
+            self.applied(wanted)
+            self.assertEqual(by_run, sorted(self.status().splitlines()))
+
+    def test_absent_device(self):
+        self.state = self.folder / 'state'
+        path = self.file(FULL)
+        for words in (['apply', path], ['diff', path], ['save', path], ['show'], ['show', '--json'], ['run', path],
+                      ['apply', '--keep-going', path]):
+            ran = self.config(*words, faults=['open#*=fail'])
+            self.says(ran, 2, '/dev/kxqos: No such file or directory')
+            self.assertEqual((ran.out, ran.requests), (b'', []))
+
+    def test_a_wrong_file_changes_nothing(self):
+        self.applied(FULL)
+        for words in ['apply'], ['apply', '--keep-going'], ['diff']:
+            ran = self.config(*words, self.file('qos disable\nbucket 65 rate 1\n'))
+            self.says(ran, 2, f"{self.folder}/file:2: Err: parameter '65' beyond the range (1~64): bucket 65 rate 1")
+            self.assertEqual((ran.opens, ran.out), (0, b''))
+
+    def test_closed_descriptors(self):
+        ran = self.run_words('sh', '-c', 'exec "$@" <&- >&- 2>&-', 'sh', CONFIG, 'apply', self.file(FULL))
+        self.assertEqual((ran.status, ran.err), (0, ''))
+        self.assertEqual(self.applied(FULL), [])
+
+
+if __name__ == '__main__':
+    unittest.main()

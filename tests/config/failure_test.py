@@ -1,0 +1,304 @@
+"""apply when something fails: what was wanted, what was before, or a word that it is neither."""
+
+import fcntl
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+from apply_test import FULL, OTHER, VLAN
+from gateway import CONFIG, READING, GatewayTest
+
+BACK = 'put back: the gateway holds what it held before'
+
+
+class Configured(GatewayTest):
+    """A gateway that holds something."""
+
+    def setUp(self):
+        super().setUp()
+        self.applied(FULL)
+        self.before = self.status()
+
+    def same_as_before(self):
+        # The switch keeps its limits in the order of the calls.
+        self.assertEqual(sorted(self.status().splitlines()), sorted(self.before.splitlines()))
+
+    def attempt(self, text, *faults, options=(), **how):
+        ran = self.config('apply', *options, self.file(text), faults=faults, **how)
+        self.assertEqual(ran.out, b'')
+        return ran
+
+
+class Failure(Configured):
+    def test_each_request_in_turn(self):
+        clean = self.attempt(OTHER)
+        wanted = self.status()
+        self.applied(FULL)
+        numbers = [number for number, _, _ in clean.requests]
+        for at, number in enumerate(numbers, 1):
+            ran = self.attempt(OTHER, f'request#{at}=fail')
+            self.assertEqual(ran.status, 1, (at, number, ran.err))
+            if number in READING and not ran.changes:
+                self.assertTrue(ran.err.endswith(': request %d gave -1 (Input/output error)\n'
+                                                 'kxqos-config: nothing was changed\n' % number), ran.err)
+            else:
+                self.assertTrue(ran.err.endswith(f'kxqos-config: {BACK}\n'), (at, number, ran.err))
+                self.assertIn(f'request {number} gave -1 (Input/output error)', ran.err)
+            self.same_as_before()
+        self.attempt(OTHER)
+        self.assertEqual(sorted(self.status().splitlines()), sorted(wanted.splitlines()))
+
+    def test_each_call_in_turn(self):
+        clean = self.attempt(OTHER)
+        self.applied(FULL)
+        counts = {}
+        for call in clean.calls:
+            function = call.split()[0]
+            counts[function] = counts.get(function, 0) + 1
+            ran = self.attempt(OTHER, f'{function}#{counts[function]}=fail')
+            self.assertEqual(ran.status, 1)
+            self.assertIn('the library gave 6 for the switch', ran.err)
+            self.assertTrue(ran.err.endswith(f'kxqos-config: {BACK}\n'), ran.err)
+            self.same_as_before()
+
+    def test_the_place_of_what_failed(self):
+        ran = self.attempt('qos enable\n  rule 5  match vid 8 action queue 1\n', '13#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:2: request 13 gave -1 (Input/output error): '
+                          'rule 5  match vid 8 action queue 1', BACK)
+        ran = self.attempt(FULL.replace('rule 7 profile lanhost action dscp 5\n', ''), '15#1=fail')
+        self.says(ran, 1, f'{self.folder}/file: request 15 gave -1 (Input/output error): reset profile lanhost', BACK)
+        ran = self.attempt(FULL.replace('limit up add vlan 3 rate 64\n', ''), f'{VLAN}#1=fail')
+        self.says(ran, 1, f'{self.folder}/file: the library gave 6 for the switch: limit up delete vlan 3 rate 64',
+                  BACK)
+
+    def test_nothing_is_sent_behind_a_failure(self):
+        ran = self.attempt('qos enable\nbucket 3 rate 100\nrule 1 action queue 1\nrule 2 action queue 2\n', '13#1=fail')
+        # Counters are not named; then the rule that failed, and that it is not there. Nothing else.
+        self.assertEqual(ran.changes, [13, 14])
+        self.same_as_before()
+
+    def test_what_cannot_be_put_back(self):
+        ran = self.attempt(FULL.replace('rule 7 profile lanhost', 'rule 8 profile lanhost').replace(
+            'rule 6 match', 'rule 60 match'), '14#1=fail', '14#3=fail')
+        # Set 60 and 8, failed to delete 6; then 6 is set, 8 deleted, 60 not.
+        self.assertEqual(ran.changes, [13, 13, 14, 13, 14, 14])
+        self.says(ran, 3, f'{self.folder}/file: request 14 gave -1 (Input/output error): rule 6 profile qos delete',
+                  'the gateway: holds: rule 60 profile qos match sip 10.0.0.1~10.0.0.9 indev eth0 action queue 1 '
+                  'counter 9',
+                  f'could not be put back: the gateway holds neither what it held before nor what {self.folder}/file '
+                  'asks for')
+
+    def test_the_switch_cannot_be_put_back(self):
+        ran = self.attempt(FULL.replace('limit up add vlan 3 rate 64\n', '').replace('rate 65', 'rate 66'),
+                           '19#1=fail', f'{VLAN}#4=fail')
+        # Gone: 3 and the old rate of 1. Back: the new rate of 1 is removed, the old one not installed.
+        self.assertEqual([change for change in ran.changes if change != 19],
+                         [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', f'{VLAN} 1 1 1 66 = 0',
+                          f'{VLAN} 1 1 0 66 = 6', f'{VLAN} 1 1 1 65 = 0', f'{VLAN} 3 1 1 64 = 0'])
+        self.assertEqual(ran.status, 3)
+        self.assertIn('the library gave 6 for the switch: limit up add vlan 1 rate 66', ran.err)
+
+    def test_seen_to_be_otherwise(self):
+        # Every request works, but the gateway then answers otherwise: the third walk of rules is the second reading's.
+        ran = self.attempt('qos enable\n' + FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900')
+        self.says(ran, 1, 'the gateway: holds: rule 5 profile qos match vid 9/0xffff action rate-bucket 3', BACK)
+        self.same_as_before()
+
+    def test_a_result_above_zero(self):
+        # The tool passes it on without a word for a rule; for limits it fails.
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '13#1=result:5')
+        self.says(ran, 0)
+        ran = self.attempt(FULL, '13#1=result:5')
+        self.says(ran, 0)
+        ran = self.attempt(FULL.replace('rate 65', 'rate 66'), '19#2=result:5')
+        self.says(ran, 1, f'{self.folder}/file:6: request 19 gave 5 (not an error number): limit up mode vlan', BACK)
+        self.same_as_before()
+
+    def test_a_failed_read_is_no_end(self):
+        for fault, what in (('17#1=fail', 'the rules of profile qos'), ('17#3=fail', 'the rules of profile qos'),
+                            ('17#3=result:1', 'the rules of profile qos'),
+                            ('17#4=fail', 'the rules of profile osgiflow'), ('11#2=fail', 'the buckets'),
+                            ('20#1=fail', 'the limits up'), ('20#4=fail', 'the limits down'), ('29#1=fail', 'qos'),
+                            ('33#1=result:1', 'puredscpremark'), ('35#1=fail', 'fine-classifi')):
+            for verb in 'apply', 'diff':
+                ran = self.config(verb, self.file('qos disable\n'), faults=[fault])
+                self.assertEqual((ran.status, ran.changes, ran.out), (1, [], b''), fault)
+                self.assertTrue(ran.err.startswith(f'kxqos-config: cannot read {what}: request '), ran.err)
+        self.same_as_before()
+
+    def test_answers_are_not_trusted(self):
+        for fault, why in (('17#1=bytes:2:4100', 'a rule that there cannot be'),
+                           ('17#1=bytes:2:ffff', 'a rule that there cannot be'),
+                           ('17#1=bytes:0:0700', 'a rule that there cannot be'),
+                           ('17#1=bytes:0:01000500', 'a rule that there cannot be'),
+                           ('17#2=bytes:2:0500', 'a rule twice'),
+                           ('17#*=bytes:2:0500', 'a rule twice'),
+                           ('11#1=bytes:0:4100', 'a bucket that there cannot be'),
+                           ('11#*=bytes:0:0300', 'a bucket twice')):
+            ran = self.attempt('qos disable\n', fault)
+            self.assertEqual((ran.status, ran.changes), (1, []), fault)
+            self.assertIn(f'the kernel module gave {why}\n', ran.err)
+            self.assertLess(len(ran.requests), 40)
+        self.same_as_before()
+
+
+class KeepGoing(Configured):
+    def test_it_goes_on(self):
+        text = 'bucket 7 rate 64\nrule 1 action queue 1\nrule 2 action queue 2\nqos disable\n'
+        ran = self.attempt(text, '8#1=fail', '13#1=fail', options=['--keep-going'])
+        self.assertEqual(ran.status, 1)
+        self.assertEqual(ran.err.splitlines(), [
+            f'kxqos-config: {self.folder}/file:1: request 8 gave -1 (Input/output error): bucket 7 rate 64',
+            f'kxqos-config: {self.folder}/file:2: request 13 gave -1 (Input/output error): rule 1 action queue 1',
+            'kxqos-config: the gateway: holds: no bucket 7',
+            'kxqos-config: the gateway: holds: no rule 1 profile qos'])
+        self.assertIn('!\nrule 2 profile qos action queue 2\n!\n!\n!\nlimit up mode disable\n', self.shown())
+        self.says(self.attempt(text, options=['--keep-going']), 0)
+        self.assertEqual(self.attempt(text, options=['--keep-going']).changes, [])
+
+    def test_nothing_is_removed_on_account_of_a_failed_read(self):
+        # Rule 6 is not seen, so profile qos is not touched; but what is wanted is sent.
+        ran = self.attempt(FULL.replace('rule 6 match', 'rule 60 match'), '17#2=fail', options=['--keep-going'])
+        self.assertEqual((ran.status, ran.changes), (1, [13]))
+        self.assertIn('rule 6 profile qos match', self.shown())
+        for fault in '11#1=fail', '11#2=fail', '20#1=fail', '29#1=fail', '33#1=fail', '35#1=fail':
+            self.state.unlink()
+            self.applied(FULL)
+            ran = self.attempt(FULL, fault, options=['--keep-going'])
+            self.assertEqual(ran.status, 1)
+            self.assertNotIn(9, ran.changes)
+            self.same_as_before()
+        for fault, gone in (('11#1=fail', 9), ('20#1=fail', f'{VLAN} 3 1 0 64 = 0'), ('29#1=fail', 28),
+                            ('33#1=fail', 32), ('35#1=fail', 34)):
+            self.state.unlink()
+            self.applied(FULL)
+            ran = self.attempt('qos disable\n', fault, options=['--keep-going'])
+            self.assertEqual(ran.status, 1)
+            self.assertNotIn(gone, ran.changes)
+
+
+class Confirm(Configured):
+    def start(self, seconds, text=OTHER):
+        """An apply that waits for its answer."""
+        words = self.words(CONFIG, 'apply', '--confirm', str(seconds), self.file(text))
+        started = subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(started.wait)
+        self.addCleanup(started.kill)
+        if text == OTHER:
+            self.assertEqual(started.stderr.readline().decode(),
+                             f'kxqos-config: press Enter within {seconds} seconds to keep this\n')
+            self.assertIn('bucket 4 rate 640\n', self.shown())
+        return started
+
+    def end(self, started, status, *lines, answer=b''):
+        out, err = started.communicate(answer, timeout=30)
+        self.assertEqual((out, err.decode()), (b'', ''.join(f'kxqos-config: {line}\n' for line in lines)))
+        self.assertEqual(started.returncode, status)
+
+    def test_enter_keeps(self):
+        self.end(self.start(30), 0, answer=b'\n')
+        self.assertEqual(self.attempt(OTHER).changes, [])
+
+    def test_anything_else_puts_back(self):
+        self.end(self.start(30), 1, 'not Enter alone', BACK, answer=b'no\n')
+        self.same_as_before()
+
+    def test_end_of_input_puts_back(self):
+        self.end(self.start(30), 1, 'standard input has ended', BACK)
+        self.same_as_before()
+        self.end(self.start(30), 1, 'standard input has ended', BACK, answer=b'yes')
+        self.same_as_before()
+
+    def test_time_out_puts_back(self):
+        began = time.monotonic()
+        started = self.start(1)
+        started.wait(30)
+        self.assertGreaterEqual(time.monotonic() - began, 1)
+        self.end(started, 1, 'no answer', BACK)
+        self.same_as_before()
+
+    def test_signals_put_back(self):
+        for number in signal.SIGHUP, signal.SIGINT, signal.SIGTERM:
+            started = self.start(30)
+            # The launcher is what was started; the program is its only child, or itself.
+            children = subprocess.run(['ps', '-o', 'pid=', '--ppid', str(started.pid)], stdout=subprocess.PIPE,
+                                      check=False).stdout.split()
+            os.kill(int(children[0]) if children else started.pid, number)
+            started.wait(30)
+            self.end(started, 1, 'stopped by a signal', BACK)
+            self.same_as_before()
+
+    def test_nothing_to_confirm(self):
+        self.end(self.start(30, FULL), 0)
+
+    def test_an_apply_that_failed_has_no_timer(self):
+        ran = self.attempt(OTHER, '13#1=fail', options=['--confirm', '3000'])
+        self.assertEqual(ran.status, 1)
+        self.assertNotIn('press Enter', ran.err)
+
+    def test_the_answer_and_the_file_cannot_both_be_standard_input(self):
+        ran = self.config('apply', '--confirm', '5', '-', input=OTHER.encode())
+        self.says(ran, 2, 'with --confirm standard input is for the answer, so FILE cannot be -')
+        self.same_as_before()
+
+    def test_what_cannot_be_put_back(self):
+        words = self.words(CONFIG, 'apply', '--confirm', '30', self.file(FULL + 'rule 9 action queue 1\n'),
+                           faults=['14#1=fail'])
+        ran = subprocess.run(words, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, timeout=30, check=False)
+        self.assertEqual(ran.returncode, 3)
+        self.assertIn(b'the gateway: holds: rule 9 profile qos action queue 1\n', ran.stderr)
+
+
+class Lock(GatewayTest):
+    def test_one_at_a_time(self):
+        self.applied(FULL)
+        path = self.file(FULL)
+        # The lab's device is the state file.
+        with open(self.state, 'rb') as device:
+            fcntl.flock(device, fcntl.LOCK_EX)
+            for words in (['apply', '--wait', '0', path], ['apply', '--keep-going', '--wait', '0', path],
+                          ['run', '--wait', '0', path], ['diff', '--wait', '0', path],
+                          ['save', '--wait', '0', str(self.folder / 'saved')]):
+                ran = self.config(*words)
+                self.says(ran, 2, 'another kxqos-config is at work on the gateway')
+                self.assertEqual((ran.requests, ran.out), ([], b''))
+            began = time.monotonic()
+            self.assertEqual(self.config('apply', '--wait', '1', path).status, 2)
+            self.assertGreaterEqual(time.monotonic() - began, 1)
+            self.assertFalse((self.folder / 'saved').exists())
+            # Looking is free.
+            self.assertEqual(self.config('show').status, 0)
+        self.says(self.config('apply', '--wait', '0', path), 0)
+
+    def test_it_is_waited_for(self):
+        self.applied(FULL)
+        with open(self.state, 'rb') as device:
+            fcntl.flock(device, fcntl.LOCK_EX)
+            words = self.words(CONFIG, 'apply', self.file(OTHER))
+            with subprocess.Popen(words, stderr=subprocess.PIPE) as waiting:
+                time.sleep(0.3)
+                self.assertIsNone(waiting.poll())
+                fcntl.flock(device, fcntl.LOCK_UN)
+                self.assertEqual((waiting.communicate(timeout=30)[1], waiting.returncode), (b'', 0))
+
+    def test_a_killed_one_leaves_no_lock(self):
+        ran = self.config('apply', self.file(FULL), faults=['13#2=kill'])
+        self.assertEqual(ran.status, 137)
+        self.says(self.config('apply', '--wait', '0', self.file(FULL)), 0)
+        self.assertEqual(self.applied(FULL), [])
+
+    def test_diff_into_run(self):
+        # More than a pipe holds, and each locks the gateway.
+        many = ''.join(f'rule {n} profile {p} match sip 10.{p}.{n // 256}.{n % 256}~10.255.255.255 action queue 1\n'
+                       for p in (1, 2) for n in range(1, 513))
+        diff = subprocess.Popen(self.words(CONFIG, 'diff', self.file(many)), stdout=subprocess.PIPE)
+        run = subprocess.run(self.words(CONFIG, 'run', '-'), stdin=diff.stdout, timeout=60, check=False)
+        diff.stdout.close()
+        self.assertEqual((diff.wait(30), run.returncode), (1, 0))
+        self.assertEqual(self.applied(many), [])
+
+
+if __name__ == '__main__':
+    unittest.main()

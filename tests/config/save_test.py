@@ -1,0 +1,256 @@
+"""show, save and show --json: what the gateway holds."""
+
+import json
+import os
+import pathlib
+import subprocess
+import unittest
+
+import jsonschema
+
+from apply_test import FULL
+from gateway import CONFIG, NOTHING, TREE, GatewayTest
+
+COMMENTS = '''\
+# kxqos-config 1.0.0
+# Whether the forwarding table is refreshed ("refresh") cannot be read, so it is not in here.
+'''
+TAIL = 'counter 9 enable\ndebug info on\ndebug error on\n'
+SCHEMA = json.loads((TREE / 'docs/kxqos-config.schema.json').read_text())
+
+
+def hexadecimal(text):
+    return text.encode('latin-1').hex()
+
+
+class Show(GatewayTest):
+    def test_the_same_bytes_as_the_tool(self):
+        self.assertEqual(self.config('show').out.decode(), NOTHING)
+        self.applied(FULL)
+        ran = self.config('show')
+        self.says(ran, 0)
+        self.assertEqual(ran.out.decode(), self.shown() + TAIL)
+        self.assertEqual((ran.changes, ran.opens), ([], 1))
+
+    def test_a_failed_read_is_told(self):
+        self.applied(FULL)
+        for fault in '17#1=fail', '11#2=fail', '20#3=fail', '29#1=fail', '26#7=fail', '2#1=fail', '17#2=result:3':
+            ran = self.config('show', faults=[fault])
+            number, what = fault.split('#')[0], fault.split('=')[1]
+            self.says(ran, 1, 'this is not all that the gateway holds: request %s gave %s' % (
+                number, '-1 (Input/output error)' if what == 'fail' else '3 (not an error number)'))
+            tool = self.run_words(str(pathlib.Path(CONFIG).with_name('kxqosctl')), 'configuration', 'show',
+                                  faults=[fault])
+            self.assertTrue(ran.out.startswith(tool.out), fault)
+            self.assertEqual(self.config('show', '--json', faults=[fault]).out, b'')
+            self.assertEqual(self.config('show', '--json', faults=[fault]).status, 1)
+
+    def test_output_that_cannot_be_written(self):
+        self.applied(FULL)
+        for words in ['show'], ['show', '--json'], ['save', '-'], ['diff', self.file('qos disable\n')], ['--version']:
+            with open('/dev/full', 'w', encoding='ascii') as full:
+                words = self.words(CONFIG, *words)
+                ran = subprocess.run(words, stdout=full, stderr=subprocess.PIPE, timeout=60, check=False)
+            self.assertEqual((ran.returncode, ran.stderr),
+                             (1, b'kxqos-config: standard output: No space left on device\n'), words)
+
+    def test_output_that_nobody_reads(self):
+        self.applied(FULL)
+        for words in ['show'], ['show', '--json'], ['save', '-'], ['diff', self.file('qos disable\n')]:
+            reading, writing = os.pipe()
+            os.close(reading)
+            ran = subprocess.run(self.words(CONFIG, *words), stdout=writing, stderr=subprocess.PIPE, timeout=60,
+                                 check=False)
+            os.close(writing)
+            self.assertEqual((ran.returncode, ran.stderr), (1, b'kxqos-config: standard output: Broken pipe\n'), words)
+
+
+class Json(GatewayTest):
+    def json(self, *faults):
+        ran = self.config('show', '--json', faults=faults)
+        self.says(ran, 0)
+        self.assertEqual(ran.changes, [])
+        told = json.loads(ran.out)
+        jsonschema.validate(told, SCHEMA)
+        return told
+
+    def test_nothing(self):
+        self.assertEqual(self.json(), {
+            'version': '1.0.0', 'qos': False, 'pure_dscp_remarking': False, 'fine_classification': True, 'rules': [],
+            'buckets': [], 'counters': [], 'queue_map': [1, 0, 2, 3, 4, 5, 6, 7], 'debug': [], 'debug_flags': 0,
+            'limits': {direction: {'mode': 'disable', 'ip': [], 'vlan': [], 'port': []}
+                       for direction in ('up', 'down')}})
+
+    def test_everything(self):
+        self.applied(FULL + 'limit up add ip6 ::1~::2 rate 4294967295\nrule 8 action sw-fwd\n'
+                     'rule 9 match sip6 !2001:db8::/32 rxports 0x11 protocols 6 action\n')
+        told = self.json('17#1=bytes:232:ffffffffffffffff,bytes:225:01', '26#9=bytes:8:0500,bytes:16:0600,bytes:24:0700')
+        self.assertEqual((told['qos'], told['pure_dscp_remarking'], told['fine_classification']), (True, True, False))
+        self.assertEqual(told['rules'], [
+            {'profile': 'qos', 'id': 5, 'match': [{'field': 'vid', 'inverse': False, 'value': '7', 'mask': '0xffff'}],
+             'actions': [{'action': 'rate-bucket', 'value': 3}, {'action': 'forced-dscp-remarking'}],
+             'hits': 18446744073709551615},
+            {'profile': 'qos', 'id': 6,
+             'match': [{'field': 'sip', 'inverse': False, 'value': '10.0.0.1', 'end': '10.0.0.9'},
+                       {'field': 'indev', 'inverse': False, 'value': 'eth0'}],
+             'actions': [{'action': 'queue', 'value': 1}, {'action': 'counter', 'value': 9}], 'hits': 0},
+            {'profile': 'qos', 'id': 8, 'match': [], 'actions': [{'action': 'sw-fwd'}], 'hits': 0},
+            {'profile': 'qos', 'id': 9,
+             'match': [{'field': 'sip6', 'inverse': True, 'value': '2001:db8::', 'mask': '32'},
+                       {'field': 'rxports', 'inverse': False, 'value': '0x11'},
+                       {'field': 'protocols', 'inverse': False, 'value': '0x06'}], 'actions': [], 'hits': 0},
+            {'profile': 'lanhost', 'id': 7, 'match': [], 'actions': [{'action': 'dscp', 'value': 5}], 'hits': 0}])
+        # The lab's numbers: 100 and 1000 more than the bucket's.
+        self.assertEqual(told['buckets'], [{'id': 3, 'rate': 128, 'hardware': 103, 'tokens': 1003},
+                                           {'id': 4, 'rate': 0, 'hardware': 104, 'tokens': 1004}])
+        self.assertEqual(told['counters'], [{'id': 9, 'bytes': 5, 'packets': 6, 'speed': 7}])
+        self.assertEqual(told['limits'], {
+            'up': {'mode': 'vlan', 'ip': [{'low': '1.2.3.4', 'high': '1.2.3.4', 'rate': 5},
+                                          {'low': '::1', 'high': '::2', 'rate': 4294967295}],
+                   'vlan': [{'vlan': 3, 'rate': 64}, {'vlan': 1, 'rate': 65}], 'port': []},
+            'down': {'mode': 'port', 'ip': [], 'vlan': [], 'port': [{'port': 3, 'rate': 10}]}})
+        self.assertEqual((told['debug'], told['debug_flags']), (['info', 'error'], 5))
+
+    def test_any_byte_in_a_name(self):
+        self.applied('rule 5 match wan x action queue 1\n')
+        for first in range(1, 256, 15):
+            name = bytes(range(first, min(first + 15, 256)))
+            told = self.json(f'17#1=bytes:188:{name.hex()}00')
+            self.assertEqual(told['rules'][0]['match'][0]['value'], name.decode('latin-1'))
+        told = self.json('17#1=bytes:188:' + '41' * 16 + ',bytes:215:ff,bytes:224:ffffffff')
+        self.assertEqual(told['rules'][0]['match'][0]['value'], 'A' * 16)
+        self.assertEqual(len(told['rules'][0]['actions']), 10)
+
+    def test_odd_answers(self):
+        self.assertEqual(self.json('20#1=bytes:1:09', '2#1=bytes:0:000000ff')['limits']['up']['mode'], 9)
+
+
+class Save(GatewayTest):
+    def setUp(self):
+        super().setUp()
+        self.saved = self.folder / 'saved'
+
+    def save(self, *options, faults=(), file=None):
+        return self.config('save', *options, str(file or self.saved), faults=faults)
+
+    def test_the_file(self):
+        self.applied(FULL)
+        shown = self.shown()
+        ran = self.save()
+        self.says(ran, 0)
+        self.assertEqual((ran.out, ran.changes, ran.opens), (b'', [], 1))
+        self.assertEqual(self.saved.read_text(), COMMENTS + shown + TAIL)
+        self.assertEqual(self.config('save', '-').out.decode(), COMMENTS + shown + TAIL)
+        self.assertEqual(self.config('apply', str(self.saved)).changes, [])
+        before = self.status()
+        self.state.unlink()
+        self.assertEqual(self.config('apply', str(self.saved)).status, 0)
+        self.assertEqual(self.status(), before)
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ['file', 'saved', 'state', 'trace'])
+
+    def test_mode_and_owner(self):
+        os.umask(0o022)
+        self.save()
+        self.assertEqual(self.saved.stat().st_mode & 0o7777, 0o644)
+        os.chmod(self.saved, 0o640)
+        os.chown(self.saved, 12, 34)
+        self.applied('qos enable\n')
+        self.says(self.save(), 0)
+        status = self.saved.stat()
+        self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid), (0o640, 12, 34))
+        self.assertIn('qos enable', self.saved.read_text())
+
+    def test_a_link_stays(self):
+        link = self.folder / 'link'
+        link.symlink_to('saved')
+        self.says(self.save(file=link), 1, f'{link}: No such file or directory; it is left as it was')
+        self.saved.write_text('old')
+        self.says(self.save(file=link), 0)
+        self.assertTrue(link.is_symlink())
+        self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
+
+    def test_what_is_no_file_is_left_alone(self):
+        os.mkfifo(self.folder / 'fifo')
+        for file in self.folder / 'fifo', self.folder, pathlib.Path('/dev/null'):
+            self.says(self.save(file=file), 1, f'{file}: not a regular file; it is left as it was')
+        self.says(self.save(file='/none/there'), 1, '/none/there: No such file or directory; it is left as it was')
+
+    def test_a_failed_read_saves_nothing(self):
+        self.applied(FULL)
+        self.saved.write_text('old')
+        for fault in '17#1=fail', '17#3=fail', '11#1=fail', '20#2=fail', '29#1=fail', '26#9=fail', '2#1=fail':
+            ran = self.save(faults=[fault])
+            self.assertEqual(ran.status, 1)
+            self.assertTrue(ran.err.endswith('kxqos-config: nothing is saved\n'))
+            self.assertEqual(self.saved.read_text(), 'old')
+
+    def test_what_would_not_come_back(self):
+        self.applied('rule 5 match indev eth0 wan ppp0 action queue 1\nbucket 1 rate 64\n'
+                     'rule 6 match sip 10.0.0.1 action queue 1\nlimit up add vlan 7 rate 100\n')
+        self.saved.write_text('old')
+        name = ': indev: a blank, a newline or a leading "!" in its name'
+        for fault, wrong in (
+                ('17#1=bytes:156:' + hexadecimal('a b\0'), 'rule 5 profile qos' + name),
+                ('17#1=bytes:156:' + hexadecimal('a\tb\0'), 'rule 5 profile qos' + name),
+                ('17#1=bytes:156:' + hexadecimal('a\nb\0'), 'rule 5 profile qos' + name),
+                ('17#1=bytes:156:' + hexadecimal('!eth0\0'), 'rule 5 profile qos' + name),
+                ('17#1=bytes:156:00', 'rule 5 profile qos: indev: an empty name cannot be written'),
+                ('17#1=bytes:156:' + '61' * 16, 'rule 5 profile qos: indev: its name has no end'),
+                # The protocol bits with the mask 7.
+                ('17#1=bytes:215:21,bytes:63:05,bytes:135:07', 'rule 5 profile qos: protocols: no line shows its mask'),
+                # sip as a range, and in its place esip under a mask that takes something of the value.
+                ('17#2=bytes:215:04,bytes:209:02,bytes:100:00ffffff', 'rule 6 profile qos: sip: another field is in its place, in a '
+                                                   'different form, or no command sets it like that'),
+                ('17#2=bytes:218:0900', "rule 6 profile qos: Err: parameter '9' beyond the range (0~7)"),
+                ('11#1=bytes:4:01200000', 'bucket 1: its rate is no whole number of kbps'),
+                ('20#1=bytes:486:0000', "limit up add vlan 0 rate 100: Err: parameter '0' beyond the range (1~4095)"),
+                ('20#1=bytes:492:0100070065000000', 'limit up add vlan 7 rate 101: this limit is given twice, with '
+                                                    'two rates'),
+                ('20#1=bytes:1:07', 'the mode 7 of the limits: Err: unknow mode 7')):
+            what, why = wrong.split(': ', 1)
+            message = f'{what} would not come back equal: {why}'
+            ran = self.save(faults=[fault])
+            self.says(ran, 1, message, 'nothing is saved')
+            self.assertEqual(self.saved.read_text(), 'old')
+            ran = self.save('--lossy', faults=[fault], file=self.folder / 'lossy')
+            self.says(ran, 0, message)
+            lossy = (self.folder / 'lossy').read_text()
+            self.assertTrue(lossy.startswith(COMMENTS + '!\nqos disable\n!\n'))
+            check = self.config('check', str(self.folder / 'lossy'))
+            self.assertEqual((check.status, check.err), (0, ''), lossy)
+            for kept, text in (('rule 5 ', 'rule 5 profile'), ('rule 6 ', 'rule 6 profile'), ('bucket', 'bucket 1 rate'),
+                               ('limit up add vlan 0', 'vlan 7 rate 100')):
+                self.assertEqual(text in lossy, not wrong.startswith(kept), (wrong, text))
+
+    def strace(self, *inject):
+        trace = self.folder / 'calls'
+        # Without a trace of the lab's, which would be written by the same process.
+        words = [str(pathlib.Path(CONFIG).with_name('kxqos-lab')), '--state', str(self.state), '--', 'strace', '-f', '-qq', '-o', str(trace), '-e',
+                 'trace=fsync,rename,renameat,renameat2,openat,write', *inject, CONFIG, 'save',
+                 str(self.saved)]
+        ran = subprocess.run(words, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, timeout=60, check=False)
+        return ran.returncode, ran.stderr.decode(), trace.read_text()
+
+    def test_on_the_disk_before_it_is_named(self):
+        status, said, calls = self.strace()
+        self.assertEqual((status, said), (0, ''))
+        order = [call.split('(')[0].split()[-1] for call in calls.splitlines() if 'fsync' in call or 'rename' in call]
+        self.assertEqual(order, ['fsync', 'rename', 'fsync'])
+        self.assertIn(f'"{self.folder}", O_RDONLY', calls)
+
+    def test_a_full_disk(self):
+        self.saved.write_text('old')
+        for inject, why in (('write:error=ENOSPC:when=1', 'No space left on device'),
+                            ('fsync:error=EIO:when=1', 'Input/output error'),
+                            ('rename:error=EROFS', 'Read-only file system')):
+            status, said, _ = self.strace('-e', 'inject=' + inject)
+            self.assertEqual((status, said), (1, f'kxqos-config: {self.saved}: {why}; it is left as it was\n'))
+            self.assertEqual(self.saved.read_text(), 'old')
+            self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ['calls', 'saved', 'state'])
+        status, said, _ = self.strace('-e', 'inject=fsync:error=EIO:when=2')
+        self.assertEqual((status, said), (1, f'kxqos-config: {self.saved}: saved, but perhaps not on the disk yet: '
+                                             'Input/output error\n'))
+
+
+if __name__ == '__main__':
+    unittest.main()
