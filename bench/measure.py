@@ -44,7 +44,7 @@ def prepare(tool, place):
     is named by a path, so that the loader does not look for it in a dozen folders, whichever machine this is.
     """
     os.makedirs(place, exist_ok=True)
-    lab = [f'{ROOT}/lab/{name}.c' for name in ('gateway', 'model', 'library', 'store', 'visit')]
+    lab = [f'{ROOT}/lab/{name}.c' for name in ('gateway', 'model', 'library', 'store', 'event')]
     flags = ['-std=gnu11', '-D_GNU_SOURCE', f'-I{ROOT}/include', f'-I{ROOT}/lab']
     shared = ['gcc', '-O2', '-fPIC', *flags]
     output(*shared, '-c', f'{ROOT}/lab/libkx.c', '-o', f'{place}/libkx.o')
@@ -69,7 +69,7 @@ def command(place, gateway, words):
 
 
 def check_floors(place):
-    """A floor that does not print the tool's bytes is none."""
+    """A floor has to print the very bytes that the tool prints."""
     for name, gateway, floor, words in CASES:
         printed = [output(*command(place, gateway, line)) for line in (floor, 'kxqosctl ' + words)]
         if printed[0] != printed[1]:

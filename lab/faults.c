@@ -153,7 +153,7 @@ static const char *read_nth(const char **at, struct gateway_fault *fault)
     uint64_t number = 0;
 
     if (!take(at, "#"))
-        return "a # stands behind WHERE";
+        return "a # stands after WHERE";
     if (take(at, "*"))
         return NULL;
     if (!take_number(at, max_32, &number) || number == 0)
@@ -278,7 +278,7 @@ const char *gateway_read_fault(const char *typed, struct gateway_fault *fault)
     if (wrong == NULL)
         wrong = read_nth(&at, fault);
     if (wrong == NULL && !take(&at, "="))
-        wrong = "a = stands behind N";
+        wrong = "a = stands after N";
     do {
         if (wrong == NULL)
             wrong = read_what(&at, fault);

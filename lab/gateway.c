@@ -8,13 +8,13 @@
 
 /* Faults */
 
-struct event {
+struct event_kind {
     uint32_t where;
     uint32_t request; /* the whole number */
     const char *function;
 };
 
-static bool counts(const struct gateway_fault *fault, const struct event *event)
+static bool counts(const struct gateway_fault *fault, const struct event_kind *event)
 {
     switch (fault->where) {
     case GATEWAY_ANY_REQUEST:
@@ -29,7 +29,7 @@ static bool counts(const struct gateway_fault *fault, const struct event *event)
 }
 
 /* Counts the event in every rule that it belongs to. Gives the first one that strikes, or null. */
-static const struct gateway_fault *strike(struct gateway_session *session, const struct event *event)
+static const struct gateway_fault *strike(struct gateway_session *session, const struct event_kind *event)
 {
     const struct gateway_fault *striking = NULL;
 
@@ -94,7 +94,7 @@ static void add_request(struct gateway_line *line, uint32_t request)
 
 int gateway_open(struct gateway_session *session, int flags, struct gateway_line *line)
 {
-    const struct event event = {GATEWAY_OPEN, 0, NULL};
+    const struct event_kind event = {GATEWAY_OPEN, 0, NULL};
     const int result = strike(session, &event) != NULL ? -ENOENT : 0;
 
     start_line(line, "open ");
@@ -125,7 +125,7 @@ static int carry_out(const struct gateway_fault *fault, struct model *model, uin
 int gateway_request(struct gateway_session *session, struct model *model, uint32_t request, void *payload,
                     struct gateway_line *line, bool *killed)
 {
-    const struct event event = {GATEWAY_REQUEST, request, NULL};
+    const struct event_kind event = {GATEWAY_REQUEST, request, NULL};
     const struct gateway_fault *fault = strike(session, &event);
     const size_t size = model_payload_size(request);
     uint8_t sent[MODEL_PAYLOAD_MAX];
@@ -153,7 +153,7 @@ void gateway_close(struct gateway_line *line)
 const struct gateway_fault *gateway_call(struct gateway_session *session, const char *function,
                                          struct gateway_line *line)
 {
-    const struct event event = {GATEWAY_CALL, 0, function};
+    const struct event_kind event = {GATEWAY_CALL, 0, function};
 
     start_line(line, "call ");
     text_words(&line->text, function);

@@ -1,6 +1,6 @@
 /* kxqos-lab: runs a command inside the simulated gateway. See README.md. */
+#include "event.h"
 #include "status.h"
-#include "visit.h"
 
 #include <errno.h>
 #include <fcntl.h>

@@ -2,7 +2,7 @@
  * inside, each call is an event of the lab, carried out on what library.h keeps in the state file. */
 #include "libkx.h"
 
-#include "visit.h"
+#include "event.h"
 
 #include <arpa/inet.h>
 #include <stdio.h>
@@ -10,7 +10,7 @@
 #define PRINTS "KXQOS_LAB_LIBKX_PRINTS"
 
 struct call {
-    struct visit visit;
+    struct event event;
     struct library *state; /* to be changed; in force when the call ends */
     const struct gateway_fault *fault;
     libkx_retCode_t result;
@@ -21,14 +21,14 @@ static bool begin(struct call *call, const char *function)
 {
     if (lab_variable(PRINTS) != NULL)
         printf("libkx: %s\n", function);
-    if (!visit_begin(&call->visit))
+    if (!event_begin(&call->event))
         return false;
-    call->state = store_begin(&call->visit.store, STORE_LIBRARY);
+    call->state = store_begin(&call->event.store, STORE_LIBRARY);
     if (call->state == NULL) {
-        visit_end(&call->visit);
+        event_end(&call->event);
         return false;
     }
-    call->fault = gateway_call(call->visit.session, function, &call->visit.line);
+    call->fault = gateway_call(call->event.session, function, &call->event.line);
     call->result = LIBKX_RET_FAIL;
     return true;
 }
@@ -47,10 +47,10 @@ static int end(struct call *call, int result)
         result = LIBKX_RET_OK;
     if (fault != NULL && fault->has_result)
         result = fault->result;
-    if (!store_commit(&call->visit.store, STORE_LIBRARY))
+    if (!store_commit(&call->event.store, STORE_LIBRARY))
         result = LIBKX_RET_FAIL;
-    gateway_call_result(result, &call->visit.line);
-    visit_end(&call->visit);
+    gateway_call_result(result, &call->event.line);
+    event_end(&call->event);
     return result;
 }
 
@@ -63,14 +63,14 @@ static libkx_retCode_t finish(struct call *call)
 
 static void add_words(struct call *call, const char *words)
 {
-    text_char(&call->visit.line.text, ' ');
-    text_words(&call->visit.line.text, words);
+    text_char(&call->event.line.text, ' ');
+    text_words(&call->event.line.text, words);
 }
 
 static void add_number(struct call *call, int64_t number)
 {
-    text_char(&call->visit.line.text, ' ');
-    text_signed(&call->visit.line.text, number);
+    text_char(&call->event.line.text, ' ');
+    text_signed(&call->event.line.text, number);
 }
 
 static void add_ipv4(struct call *call, uint32_t address)
@@ -91,15 +91,15 @@ static void add_ipv6(struct call *call, const struct in6_addr *address)
 static void add_mac(struct call *call, const unsigned char *mac)
 {
     for (int i = 0; i < 6; i++) {
-        text_char(&call->visit.line.text, i == 0 ? ' ' : ':');
-        text_bytes(&call->visit.line.text, &mac[i], 1);
+        text_char(&call->event.line.text, i == 0 ? ' ' : ':');
+        text_bytes(&call->event.line.text, &mac[i], 1);
     }
 }
 
 static void add_rule(struct call *call, const libkx_qos_rule_s *rule)
 {
-    text_char(&call->visit.line.text, ' ');
-    text_bytes(&call->visit.line.text, rule, sizeof *rule);
+    text_char(&call->event.line.text, ' ');
+    text_bytes(&call->event.line.text, rule, sizeof *rule);
 }
 
 /* Outputs, which a fault may replace; n counts from 0 */

@@ -240,7 +240,7 @@ static int rule_next(struct model *model, void *payload)
 {
     kxqos_rule_t *cursor = payload;
     const uint16_t profile = cursor->table_id;
-    unsigned place = cursor->rule_id; /* the place behind the cursor's rule, as ids begin with 1 */
+    unsigned place = cursor->rule_id; /* the place after the cursor's rule, as ids begin with 1 */
 
     if (model_rule_limit(profile) == 0)
         return -EINVAL;

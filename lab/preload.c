@@ -2,7 +2,7 @@
  * goes where it would have gone. The device's descriptor is a real one, of the state file, so that it has the number
  * that the device's would have, and so that a lock on it (flock) is between those who have this gateway open; a
  * duplicate of it is not followed. */
-#include "visit.h"
+#include "event.h"
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -87,20 +87,20 @@ static int open_device(int flags)
     const int before = errno;
     const int fd =
         real_open(lab_variable(LAB_STATE), O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | (flags & O_CLOEXEC), 0600);
-    struct visit visit;
+    struct event event;
     int result;
 
     if (fd < 0)
         return -1;
     if (fd >= descriptors) {
         result = -EMFILE;
-    } else if (!visit_is_seen()) {
+    } else if (!event_is_seen()) {
         result = 0;
-    } else if (!visit_begin(&visit)) {
+    } else if (!event_begin(&event)) {
         result = -errno;
     } else {
-        result = gateway_open(visit.session, flags, &visit.line);
-        visit_end(&visit);
+        result = gateway_open(event.session, flags, &event.line);
+        event_end(&event);
     }
     if (result < 0) {
         real_close(fd);
@@ -113,24 +113,24 @@ static int open_device(int flags)
 }
 
 /* Carries out a request; a null payload is one that could not be read. */
-static int carry_out(struct visit *visit, uint32_t request, void *payload)
+static int carry_out(struct event *event, uint32_t request, void *payload)
 {
-    struct store *store = &visit->store;
+    struct store *store = &event->store;
     struct model *model = store_begin(store, STORE_MODULE);
     bool killed = false;
     int result;
 
     if (model == NULL)
         return -errno;
-    result = gateway_request(visit->session, model, request, payload, &visit->line, &killed);
+    result = gateway_request(event->session, model, request, payload, &event->line, &killed);
     if (killed) {
         store_write(store, STORE_MODULE);
-        visit_keep_session(visit);
+        event_keep_session(event);
         kill(getpid(), SIGKILL);
     }
     if (model_changes(request) && !store_commit(store, STORE_MODULE)) {
         result = -errno;
-        visit_drop_line(visit);
+        event_drop_line(event);
     }
     return result;
 }
@@ -150,19 +150,19 @@ static int request_device(uint32_t request, void *argument)
     const int before = errno;
     const size_t size = model_payload_size(request);
     uint64_t payload[(MODEL_PAYLOAD_MAX + 7) / 8];
-    struct visit visit;
+    struct event event;
     int result;
 
-    if (!visit_begin(&visit))
+    if (!event_begin(&event))
         return -1;
-    if (!copy_through(&visit.store, payload, argument, size)) {
-        result = carry_out(&visit, request, NULL);
+    if (!copy_through(&event.store, payload, argument, size)) {
+        result = carry_out(&event, request, NULL);
     } else {
-        result = carry_out(&visit, request, payload);
-        if (!copy_through(&visit.store, argument, payload, size))
+        result = carry_out(&event, request, payload);
+        if (!copy_through(&event.store, argument, payload, size))
             result = -EFAULT;
     }
-    visit_end(&visit);
+    event_end(&event);
     errno = result < 0 ? -result : before;
     return result < 0 ? -1 : result;
 }
@@ -170,12 +170,12 @@ static int request_device(uint32_t request, void *argument)
 static void close_device(int fd)
 {
     const int before = errno;
-    struct visit visit;
+    struct event event;
 
     atomic_store(&is_device[fd], 0);
-    if (visit_is_seen() && visit_begin(&visit)) {
-        gateway_close(&visit.line);
-        visit_end(&visit);
+    if (event_is_seen() && event_begin(&event)) {
+        gateway_close(&event.line);
+        event_end(&event);
     }
     errno = before;
 }

@@ -35,7 +35,7 @@ static void print_addresses(const ip_addr_t *min, const ip_addr_t *max, bool is_
         printf("ip %s to %s", ipv4_text(min->ipv4Addr, low), ipv4_text(max->ipv4Addr, high));
 }
 
-/* Rules: the fields in use ("!" before a negated one, "~" behind a range) and the actions. */
+/* Rules: the fields in use ("!" before a negated one, "~" after a range) and the actions. */
 
 static bool has_bit(const uint8_t *bits, unsigned bit)
 {

@@ -8,7 +8,7 @@
  *     lab-client walk PROFILE            prints the rules of a profile
  *     lab-client storm PROFILE           over and over: empties the profile, then adds rules 1, 2, 3 and so on
  *     lab-client cut FILE                over and over: cuts a file short and makes it as long as it was
- *     lab-client flip FILE SEED COUNT    changes so many pseudo-random bytes of a state file, behind its header
+ *     lab-client flip FILE SEED COUNT    changes so many pseudo-random bytes of a state file, after its header
  *     lab-client fork                    eight children add 20 rules each through one descriptor
  *     lab-client library                 calls every function of the library once; prints results and outputs
  *

@@ -230,11 +230,11 @@ TEST_F(Gateway, DropsBytesBeyondAPayload)
 {
     add_fault("request#*=bytes:2:1111111111");
     struct {
-        uint32_t word, behind;
+        uint32_t word, after;
     } payload = {0, 0};
     EXPECT_EQ(send(KXQOS_DEBUG_GET, payload), 0);
     EXPECT_EQ(payload.word, 0x11110000U);
-    EXPECT_EQ(payload.behind, 0U);
+    EXPECT_EQ(payload.after, 0U);
     EXPECT_EQ(send(99, payload), 0); // a request without a payload
     EXPECT_EQ(line(), "request 99 = 0 sent - returned -\n");
 }
@@ -478,9 +478,9 @@ TEST_F(Gateway, TellsWhatIsWrongWithAFault)
     const char *wrong[][2] = {
         {"opens#1=fail", "WHERE is open, request, the number of a request, or a function of the library"},
         {"256#1=fail", "the number of a request is at most 255"},
-        {"16=fail", "a # stands behind WHERE"},
+        {"16=fail", "a # stands after WHERE"},
         {"16#0=fail", "N is * or a number from 1 on"},
-        {"16#1", "a = stands behind N"},
+        {"16#1", "a = stands after N"},
         {"16#1=fall", "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill"},
         {"16#1=fail,kill", "fail and kill stand alone"},
         {"1#1=bytes:4:00", "bytes begins with an offset within the payload"},

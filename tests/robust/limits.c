@@ -1,5 +1,5 @@
 // Preloaded into the tool: takes something away from it when main begins, as the variable ROBUST_LIMIT says.
-//   stack        main runs on 64 KiB, with nothing behind them
+//   stack        main runs on 64 KiB, with nothing after them
 //   memory       no allocation succeeds, and each is told on standard error
 //   descriptors  nothing can be opened any more
 #define _GNU_SOURCE

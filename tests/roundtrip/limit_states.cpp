@@ -103,7 +103,7 @@ bool has_other_port(const kxqos_rl_t &database)
     return any_used(database.portRule, [](const auto &entry) { return entry.port > 31; });
 }
 
-// Of a free entry anything, of an IPv4 address what is behind its four bytes.
+// Of a free entry anything, of an IPv4 address what is after its four bytes.
 template <typename Entry, size_t Size> bool has_meaningless_in(const Entry (&table)[Size])
 {
     return std::any_of(table + used(table), table + Size, [](const Entry &entry) {
@@ -268,7 +268,7 @@ kxqos_rl_t random_database(Random &random, size_t ip_entries, size_t vlan_entrie
 
 namespace {
 
-// In an entry in use or in the one behind them.
+// In an entry in use or in the one after them.
 template <typename Entry, size_t Size> void spoil_table(Entry (&table)[Size], Random &random)
 {
     auto count = static_cast<uint32_t>(used(table));

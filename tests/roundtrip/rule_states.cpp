@@ -171,7 +171,7 @@ bool has_unknown_action(const kxqos_rule_t &rule)
     return (rule.action.actionFlag & ~keyword_actions) != 0;
 }
 
-// The command wants more words behind "match" or "action" than such a line has.
+// The command wants more words after "match" or "action" than such a line has.
 bool does_nothing(const kxqos_rule_t &rule)
 {
     return (rule.action.actionFlag & keyword_actions) == 0 && selected_fields(rule) < 2;

@@ -69,7 +69,7 @@ std::optional<std::string> repeated(const std::string &text, size_t &i)
     return all;
 }
 
-// What a backslash in "..." and the characters behind it stand for, i being at the first of them; moves i to the last.
+// What a backslash in "..." and the characters after it stand for, i being at the first of them; moves i to the last.
 std::string escaped(const Line &line, size_t &i)
 {
     char c = i < line.text.size() ? line.text[i] : '\0';

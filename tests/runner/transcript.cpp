@@ -55,7 +55,7 @@ Fault parse_fault(const Line &line, const std::string &rule)
     std::string count = rule.substr(hash + 1, equals - hash - 1);
     long number = to_number(count);
     if (count != "*" && number < 1)
-        throw FormatError{line.number, "expected a number from 1 or '*' behind '#'"};
+        throw FormatError{line.number, "expected a number from 1 or '*' after '#'"};
     fault.count = count == "*" ? 0 : number;
     for (const std::string &what : split(rule.substr(equals + 1), ','))
         parse_what(line, what, fault);
@@ -120,7 +120,7 @@ bool parse_condition(const Line &line, const Words &words, Step &step)
     return true;
 }
 
-// A line that stands behind the "$" line. False if it is none.
+// A line that stands after the "$" line. False if it is none.
 bool parse_expectation(const Line &line, Step &step)
 {
     const std::string &text = line.text;

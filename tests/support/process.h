@@ -34,7 +34,7 @@ struct Outcome {
 };
 
 // Returns when the process has ended and nobody has what is captured open for writing any more: processes that it left
-// behind with its standard output are waited for too. Nothing that is opened here stays open, and only descriptors 0, 1
+// after with its standard output are waited for too. Nothing that is opened here stays open, and only descriptors 0, 1
 // and 2 are given to the process beside those that this process has without FD_CLOEXEC. Throws std::system_error when
 // it cannot be started.
 Outcome run(const Command &command);

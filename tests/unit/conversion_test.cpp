@@ -19,10 +19,10 @@
 
 namespace {
 
-// By the name that has no binary numbers: newer headers put another one behind strtoull.
+// By the name that has no binary numbers: newer headers put another one after strtoull.
 extern "C" unsigned long long plain_strtoull(const char *text, char **stop, int base) noexcept __asm__("strtoull");
 
-// Calls check(text) with every text of up to longest characters of the alphabet behind the beginning.
+// Calls check(text) with every text of up to longest characters of the alphabet after the beginning.
 template <typename Check>
 void every_text(const std::string &beginning, const std::string &alphabet, size_t longest, Check check)
 {
@@ -144,8 +144,8 @@ TEST(ReadNumber, BesideEveryPowerOfTwo)
             const std::string forms[] = {in_base(value, 10), "0" + in_base(value, 8), "0x" + in_base(value, 16)};
             for (const std::string &form : forms)
                 for (const char *before : {"", "-", "+", " -"})
-                    for (const char *behind : {"", "0", "9", "z", " 1"}) {
-                        const std::string text = before + form + behind;
+                    for (const char *after : {"", "0", "9", "z", " 1"}) {
+                        const std::string text = before + form + after;
                         EXPECT_TRUE(number_is_the_librarys(text.c_str())) << text;
                     }
         }
@@ -204,7 +204,7 @@ long macs(const std::string &beginning, const std::string &alphabet, size_t long
 }
 
 // Digits in both cases, the colon, a blank, what other conversions take before digits, and something else. The shortest
-// address has eleven characters, so that those of seven are all refused; behind four groups they are the last two.
+// address has eleven characters, so that those of seven are all refused; after four groups they are the last two.
 TEST(ParseMacAddr, EveryTextOfSevenCharacters)
 {
     EXPECT_EQ(macs("", "0aF: x+", 7), 960800);

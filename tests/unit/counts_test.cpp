@@ -65,7 +65,7 @@ Outcome run(Command command, int count, const Words &words)
     return {result, testing::internal::GetCapturedStdout()};
 }
 
-// -1 and the usage, behind what was printed before.
+// -1 and the usage, after what was printed before.
 Outcome refused(void (*usage)(), const std::string &before = "")
 {
     testing::internal::CaptureStdout();
@@ -112,7 +112,7 @@ TEST(Counts, ActionsBehindTheLastOne)
     EXPECT_EQ(rule_of(parse_action_command, 1, {"dbgon", "sw-fwd"}, done_silently).action.actionFlag, 0x20U);
 }
 
-// Every match field with a good value behind the count.
+// Every match field with a good value after the count.
 TEST(Counts, MatchFieldsWithoutTheirValue)
 {
     const char *const fields[][2] = {
@@ -308,7 +308,7 @@ TEST(Counts, TestOfHosts)
 
 TEST(Counts, TestOfWanInterfaces)
 {
-    // Without a word behind the interface there is nothing to do.
+    // Without a word after the interface there is nothing to do.
     EXPECT_EQ(run(do_test_command, 1, {"wan", "eth0", "counter"}), done_silently);
     EXPECT_EQ(run(do_test_command, 2, {"wan", "eth0", "counter"}), done_silently);
     EXPECT_EQ(run(do_test_command, 3, {"wan", "eth0", "counter", "x"}), sent("libkx: libkx_netApi_getWanStats\n"));

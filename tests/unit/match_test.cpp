@@ -16,7 +16,7 @@ struct Keyword {
     const char *word;
     const char *shortest; // the shortest spelling that is this keyword
     const char *refused;  // the first shorter one that is no keyword at all
-    bool whole;           // whether anything behind the word makes it another
+    bool whole;           // whether anything after the word makes it another
     unsigned number;
     const char *value;
     size_t offset;           // of the value in a rule; its mask stands 72 further
@@ -82,7 +82,7 @@ Bytes bytes_of(const kxqos_rule_t &rule)
     return bytes;
 }
 
-// The words are copied into a vector of just their number, so that AddressSanitizer sees a read behind the last one.
+// The words are copied into a vector of just their number, so that AddressSanitizer sees a read after the last one.
 Parsed parse(const std::vector<const char *> &words, kxqos_rule_t rule = {})
 {
     const std::vector<const char *> exact(words.begin(), words.end());

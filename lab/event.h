@@ -1,8 +1,8 @@
 /* One event inside the lab, from the point of view of the process it happens in: the state file locked, the session's
  * faults at hand, one line for the trace. What belongs to which lab is told by environment variables.
  */
-#ifndef LAB_VISIT_H
-#define LAB_VISIT_H
+#ifndef LAB_EVENT_H
+#define LAB_EVENT_H
 
 #include "store.h"
 
@@ -10,10 +10,10 @@
 #define LAB_TRACE "KXQOS_LAB_TRACE"     /* the trace; unset for none */
 #define LAB_SESSION "KXQOS_LAB_SESSION" /* a struct gateway_session; unset for no faults */
 
-/* What the next process writes behind a line of the trace that was cut off. */
+/* What the next process writes after a line of the trace that was cut off. */
 #define LAB_UNFINISHED " <unfinished ...>\n"
 
-struct visit {
+struct event {
     struct store store;
     struct gateway_session *session; /* null for one without faults */
     struct gateway_line line;
@@ -23,18 +23,18 @@ struct visit {
 const char *lab_variable(const char *name);
 
 /* False when nobody would notice an open or a close: no trace, no faults. */
-bool visit_is_seen(void);
+bool event_is_seen(void);
 
 /* Opens and locks. Gives false and errno when there is no lab or its state cannot be used. */
-bool visit_begin(struct visit *visit);
+bool event_begin(struct event *event);
 
 /* Keeps what the faults have counted, for a process that is about to be killed. */
-void visit_keep_session(const struct visit *visit);
+void event_keep_session(const struct event *event);
 
 /* For an event that could not be carried out. */
-void visit_drop_line(struct visit *visit);
+void event_drop_line(struct event *event);
 
 /* Writes the line to the trace, keeps what the faults have counted, and unlocks. */
-void visit_end(struct visit *visit);
+void event_end(struct event *event);
 
 #endif

@@ -1,4 +1,4 @@
-#include "visit.h"
+#include "event.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -45,9 +45,9 @@ static struct gateway_session *read_session(void)
     return whole ? &session : NULL;
 }
 
-void visit_keep_session(const struct visit *visit)
+void event_keep_session(const struct event *event)
 {
-    const int fd = visit->session == NULL ? -1 : open_session();
+    const int fd = event->session == NULL ? -1 : open_session();
 
     if (fd < 0)
         return;
@@ -101,12 +101,12 @@ static void write_trace(const struct text *line)
     close(fd);
 }
 
-bool visit_is_seen(void)
+bool event_is_seen(void)
 {
     return lab_variable(LAB_TRACE) != NULL || lab_variable(LAB_SESSION) != NULL;
 }
 
-bool visit_begin(struct visit *visit)
+bool event_begin(struct event *event)
 {
     const char *path = lab_variable(LAB_STATE);
 
@@ -114,21 +114,21 @@ bool visit_begin(struct visit *visit)
         errno = ENOENT;
         return false;
     }
-    if (!store_open(&visit->store, path))
+    if (!store_open(&event->store, path))
         return false;
-    visit->session = read_session();
-    visit_drop_line(visit);
+    event->session = read_session();
+    event_drop_line(event);
     return true;
 }
 
-void visit_drop_line(struct visit *visit)
+void event_drop_line(struct event *event)
 {
-    visit->line.text = text_in(visit->line.buffer, sizeof visit->line.buffer);
+    event->line.text = text_in(event->line.buffer, sizeof event->line.buffer);
 }
 
-void visit_end(struct visit *visit)
+void event_end(struct event *event)
 {
-    write_trace(&visit->line.text);
-    visit_keep_session(visit);
-    store_close(&visit->store);
+    write_trace(&event->line.text);
+    event_keep_session(event);
+    store_close(&event->store);
 }
