@@ -107,7 +107,7 @@ Gateway::~Gateway()
     std::filesystem::remove_all(folder, ignored);
 }
 
-// Gives what was printed. A launcher, or a hand, that fails is an error of the test's own.
+// Gives what was printed. A launcher or a driver that fails is an error of the test's own.
 std::string Gateway::run(const Lines &words, const std::string &input) const
 {
     Command command;
@@ -134,7 +134,7 @@ std::vector<int> Gateway::type(const Lines &commands) const
         input += command + "\n";
     std::vector<int> statuses;
     for (const std::string &line :
-         split(run({"--", setting("KXQOS_HAND"), "type", setting("KXQOS_TOOL")}, input), '\n'))
+         split(run({"--", setting("KXQOS_DRIVER"), "type", setting("KXQOS_TOOL")}, input), '\n'))
         statuses.push_back(std::stoi(line));
     return statuses;
 }
@@ -144,7 +144,7 @@ std::vector<Answer> Gateway::send(const std::vector<Answer> &requests) const
     std::string input;
     for (const Answer &request : requests)
         input += std::to_string(request.number) + " " + to_hex(request.payload) + "\n";
-    Lines lines = split(run({"--", setting("KXQOS_HAND"), "send"}, input), '\n');
+    Lines lines = split(run({"--", setting("KXQOS_DRIVER"), "send"}, input), '\n');
     std::vector<Answer> answers;
     for (size_t i = 0; i < requests.size(); i++) {
         Lines words = split(lines.at(i), ' ');

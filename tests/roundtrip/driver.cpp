@@ -1,8 +1,8 @@
-// The hand at a gateway's keyboard. Reads lines from standard input:
+// Drives a gateway as somebody who types would. Reads lines from standard input:
 //
-//     roundtrip-hand type TOOL    each line a command, "kxqosctl" left out, its words separated by blanks and tabs;
+//     roundtrip-driver type TOOL    each line a command, "kxqosctl" left out, its words separated by blanks and tabs;
 //                                 prints its status, and throws away what it prints
-//     roundtrip-hand send         each line "NR HEX", a request and its payload; prints its result and the payload
+//     roundtrip-driver send         each line "NR HEX", a request and its payload; prints its result and the payload
 //                                 that came back
 #include "kxqos.h"
 #include "process.h"
@@ -70,7 +70,7 @@ int main(int argc, char **argv)
     } else if (argc == 2 && std::strcmp(argv[1], "send") == 0) {
         send();
     } else {
-        std::fputs("usage: roundtrip-hand type TOOL | roundtrip-hand send\n", stderr);
+        std::fputs("usage: roundtrip-driver type TOOL | roundtrip-driver send\n", stderr);
         return 2;
     }
     return 0;
