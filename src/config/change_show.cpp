@@ -63,8 +63,7 @@ static void print_database(const kxqos_rl_t &from, const kxqos_rl_t &to)
 static void print_file_line(const file &file, place where)
 {
     static line line;
-    position position = {where.start, where.number};
-    next_line(file, &position, &line);
+    divide_line(file.text + where.start, where.size, &line);
     for (int i = 0; i < line.count; i++)
         print("%s%s", i == 0 ? "" : " ", line.words[i]);
     print("\n");

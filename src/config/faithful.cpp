@@ -19,10 +19,12 @@ static names places; // of no use here
 static const char *replay_printed()
 {
     static line line;
-    const char *text = printed();
-    const size_t size = strcspn(text, "\n");
-    if (text[size] != '\n' || text[size + 1] != '\0')
+    static char text[4096]; // more than all fields of a rule take
+    const char *shown = printed();
+    const size_t size = strcspn(shown, "\n");
+    if (size >= sizeof text || shown[size] != '\n' || shown[size + 1] != '\0')
         return "a newline in a name";
+    memcpy(text, shown, size); // what is printed by the replay takes its place
     divide_line(text, static_cast<uint32_t>(size), &line);
     return replay_line(line, &replayed, &places);
 }

@@ -88,48 +88,39 @@ bool load_file(const char *name, file *loaded)
     return read && check_bytes(*loaded);
 }
 
+// The end of an earlier word, too.
 static bool is_blank(char c)
 {
-    return c == ' ' || c == '\t';
+    return c == ' ' || c == '\t' || c == '\0';
 }
 
-// Copies the word at text to out and terminates it. Returns what is behind it, or null when it does not fit.
-static const char *copy_word(const char *text, const char *end, char **out, const char *room)
+static char *word_end(char *text, const char *end)
 {
-    char *next = *out;
-    for (; text != end && !is_blank(*text); text++) {
-        if (next == room)
-            return nullptr;
-        *next++ = *text;
-    }
-    *next = '\0';
-    *out = next + 1;
+    // Most characters are told from a blank by one comparison.
+    while (text != end && (static_cast<unsigned char>(*text) > ' ' || !is_blank(*text)))
+        text++;
     return text;
 }
 
-void divide_line(const char *text, uint32_t size, line *line)
+void divide_line(char *text, uint32_t size, line *line)
 {
     const char *end = text + size;
     if (size > 0 && end[-1] == '\r')
         end--;
-    char *out = line->characters;
-    const char *room = line->characters + line_length_most;
     line->count = 0;
     for (;;) {
         while (text != end && is_blank(*text))
             text++;
         if (text == end)
             return;
-        if (line->count == line_words_most || out > room) {
+        if (line->count == line_words_most) {
             line->count = 0;
             return;
         }
-        line->words[line->count++] = out;
-        text = copy_word(text, end, &out, room);
-        if (text == nullptr) {
-            line->count = 0;
-            return;
-        }
+        line->words[line->count++] = text;
+        text = word_end(text, end);
+        *text = '\0';
+        text += text != end;
     }
 }
 
@@ -157,34 +148,37 @@ bool next_line(const file &file, position *position, line *line)
         position->number++;
         if (!has_words(file.text + start, size))
             continue;
-        line->where = {start, position->number};
+        line->where = {start, size, position->number};
         divide_line(file.text + start, size, line);
         return true;
     }
     return false;
 }
 
+// As much of a line as a message shows.
+static constexpr int shown_most = 4095;
+
 // The line for people: nothing in it moves a terminal's cursor.
-static void clean_copy(const char *text, uint32_t size, char (&copy)[line_length_most + 1])
+static void clean_copy(const char *text, uint32_t size, char (&copy)[shown_most + 1])
 {
-    while (size > 0 && (is_blank(*text) || *text == '\r')) {
+    while (size > 0 && is_blank(*text)) {
         text++;
         size--;
     }
     while (size > 0 && (is_blank(text[size - 1]) || text[size - 1] == '\r'))
         size--;
-    if (size > sizeof copy - 1)
-        size = sizeof copy - 1;
+    if (size > shown_most)
+        size = shown_most;
     for (uint32_t i = 0; i < size; i++) {
         const auto c = static_cast<unsigned char>(text[i]);
-        copy[i] = c == '\t' ? ' ' : c < ' ' || c == 0x7F ? '?' : text[i];
+        copy[i] = is_blank(text[i]) ? ' ' : c < ' ' || c == 0x7F ? '?' : text[i];
     }
     copy[size] = '\0';
 }
 
 void say_at(const file &file, place where, const char *wrong)
 {
-    char copy[line_length_most + 1];
-    clean_copy(file.text + where.start, line_size(file, where.start), copy);
+    char copy[shown_most + 1];
+    clean_copy(file.text + where.start, where.size, copy);
     say("%s:%u: %s: %s", file.name, where.number, wrong, copy);
 }

@@ -9,7 +9,7 @@
 
 struct file {
     const char *name; // as messages call it
-    const char *text; // its bytes, in static storage; the last one is a newline
+    char *text;       // its bytes, in static storage; the ends of words are overwritten as lines are read
     uint32_t size;
 };
 
@@ -17,20 +17,19 @@ struct file {
 // like that (bytes of zero, no newline at its end, too large), and has said so.
 bool load_file(const char *name, file *loaded);
 
-inline constexpr int line_length_most = 4095; // without blanks that mean nothing
 inline constexpr int line_words_most = 1023;
 
-// Where a line stands.
+// Where a line stands in the text.
 struct place {
-    uint32_t start;  // in the text
+    uint32_t start;
+    uint32_t size;   // without its newline
     uint32_t number; // from 1; 0: nowhere
 };
 
 struct line {
     place where;
-    int count; // 0 for a line that is too long
+    int count; // 0 for a line that has too many
     const char *words[line_words_most];
-    char characters[line_length_most + 1]; // the words, each terminated
 };
 
 // Where the reading stands; begins as zeros.
@@ -42,8 +41,9 @@ struct position {
 // The next line that is neither blank nor a comment. Returns false behind the last.
 bool next_line(const file &file, position *position, line *line);
 
-// Divides the line at text, which has size characters and no newline. The pieces are kept in *line.
-void divide_line(const char *text, uint32_t size, line *line);
+// Divides the line at text, which has size characters and something to overwrite behind them: each word is terminated
+// where it stands. A line that was divided can be divided again.
+void divide_line(char *text, uint32_t size, line *line);
 
 // Says "FILE:LINE: what is wrong: the line".
 void say_at(const file &file, place where, const char *wrong);

@@ -207,7 +207,7 @@ static const char *refused_words()
 const char *replay_line(const line &line, configuration *wanted, names *names)
 {
     if (line.count == 0)
-        return "the line is too long";
+        return "the line has too many words";
     if (reaches_library(line.words[0]))
         return "a command that does not configure";
     if (!take_words(line.count, line.words, 0, nullptr))

@@ -14,7 +14,7 @@ static const char *run_line(const line &line)
     forget_printed();
     gateway_failure();
     if (line.count == 0)
-        return "the line is too long";
+        return "the line has too many words";
     if (line.count == 1 && equals(line.words[0], "!"))
         return nullptr;
     const int result = run_command(line.count, line.words);

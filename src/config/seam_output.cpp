@@ -78,7 +78,7 @@ void expect_output()
     }
 }
 
-static void keep(const char *format, va_list values)
+[[gnu::format(printf, 1, 0)]] static void keep(const char *format, va_list values)
 {
     if (length + 1 >= sizeof text)
         return;

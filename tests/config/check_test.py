@@ -185,11 +185,12 @@ class Check(GatewayTest):
         self.assertLess(time.monotonic() - started, 20)  # a square would take hours
 
     def test_long_lines(self):
-        line = 'rule 5 match ' + 'vid 7 ' * 500 + 'action queue 1'
+        line = 'rule 5 match ' + 'vid 7 ' * 505 + 'action queue 1'  # 1016 words
         self.assertEqual(self.check(line + '\n'), (0, ''))
-        status, said = self.check('rule 5 match ' + 'vid 7 ' * 700 + 'action queue 1\n')
-        self.assertEqual((status, said[:49]), (2, 'kxqos-config: /file:1: the line is too long: rule'))
-        self.refused('x ' * 1024 + '\n', '/file:1: the line is too long: ' + ('x ' * 1024)[:-1])
+        line = 'rule 5 match ' + 'vid 7 ' * 520 + 'action queue 1'
+        self.refused(line + '\n', '/file:1: the line has too many words: ' + line)
+        self.refused('x ' * 1024 + '\n', '/file:1: the line has too many words: ' + ('x ' * 1024)[:-1])
+        self.assertEqual(self.check('rule 5 match wan ' + 'x' * 100000 + '\n')[0], 2)
 
     def test_no_terminal_is_moved(self):
         self.refused(b'qos \x1b[2J\x7f\n',
