@@ -25,7 +25,7 @@ static int read_both(const char *name, unsigned waitSeconds, bool *whole)
         !open_gateway(waitSeconds))
         return status_refused;
     hold_signals();
-    *whole = read_gateway(&present, &wanted_names);
+    *whole = read_gateway(&present, &wanted_names, &wanted);
     // The flags are set as one word, of which the others stay.
     const uint32_t named = wanted_names.debugBits;
     wanted.debug = (wanted.debug & named) | (present.debug & ~named);
@@ -97,7 +97,7 @@ static void send_all(bool keepGoing, attempt *attempt)
 static bool holds(const configuration &target)
 {
     static configuration seen;
-    const bool whole = read_gateway(&seen, &wanted_names);
+    const bool whole = read_gateway(&seen, &wanted_names, &target);
     return say_differences(seen, target, wanted_names) == 0 && whole;
 }
 

@@ -92,7 +92,7 @@ static bool print_simple(const change &change, const configuration &from, const 
         print("bucket %d delete\n", from.buckets[change.index].bucketID);
         return true;
     case change_kind::rule_delete:
-        print_rule_named(from.rules[change.index], "delete");
+        print_rule_named(*from.rules[change.index], "delete");
         return true;
     case change_kind::rule_reset:
         print("reset profile %s\n", get_qos_profile_name(static_cast<uint16_t>(change.index)));
@@ -140,7 +140,7 @@ void print_change_briefly(const change &change, const configuration &from, const
         print_line("refresh");
         break;
     case change_kind::rule_set:
-        print_rule_command(&to.rules[change.index]);
+        print_rule_command(to.rules[change.index]);
         break;
     case change_kind::limit_remove:
         print_limit(from.limits[change.upDir], change, false);

@@ -51,10 +51,16 @@ static void list_deleted_buckets(const configuration &from, const configuration 
             add(list, change_kind::bucket_delete, at);
 }
 
+// from may be null. The same record needs no look.
+static bool rule_differs(const kxqos_rule_t *from, const kxqos_rule_t *to)
+{
+    return from != to && (from == nullptr || !equal_rules(*to, *from));
+}
+
 static void list_set_rules(const configuration &from, const configuration &to, change_list *list)
 {
     for (int at = 0; at < rule_places; at++)
-        if (to.rules[at].rule_id != 0 && (from.rules[at].rule_id == 0 || !equal_rules(to.rules[at], from.rules[at])))
+        if (to.rules[at] != nullptr && rule_differs(from.rules[at], to.rules[at]))
             add(list, change_kind::rule_set, at);
 }
 
@@ -62,7 +68,7 @@ static int count_rules(const configuration &configuration, int profile)
 {
     int count = 0;
     for (int at = first_place(profile); at < first_place(profile + 1); at++)
-        count += configuration.rules[at].rule_id != 0;
+        count += configuration.rules[at] != nullptr;
     return count;
 }
 
@@ -75,7 +81,7 @@ static void list_deleted_rules(const configuration &from, const configuration &t
         return;
     }
     for (int at = first_place(profile); at < first_place(profile + 1); at++)
-        if (from.rules[at].rule_id != 0 && to.rules[at].rule_id == 0)
+        if (from.rules[at] != nullptr && to.rules[at] == nullptr)
             add(list, change_kind::rule_delete, at);
 }
 

@@ -46,7 +46,8 @@ constexpr uint32_t unread_limits(int upDir)
 }
 
 struct configuration {
-    kxqos_rule_t rules[rule_places];                // profile after profile, by id; rule_id 0 is a free place
+    const kxqos_rule_t *rules[rule_places];         // profile after profile, by id; null is a free place
+    kxqos_rule_t kept[rule_places];                 // where they are kept, unless another configuration has the same
     kxqos_rate_bucket_t buckets[KXQOS_BUCKET_LAST]; // bucket n is at n - 1; bucketID 0 is a free place
     kxqos_rl_t limits[2];                           // by upDir
     uint8_t switches[switch_count];                 // 0, 1 or unknown_state
@@ -54,6 +55,9 @@ struct configuration {
     uint32_t debug;                                 // KXQOS_DEBUG_* that are on
     uint32_t unread;
 };
+
+// Takes a rule in.
+void keep_rule(configuration *configuration, int place, const kxqos_rule_t &rule);
 
 // Makes a record of static storage that was never used the configuration of a gateway just switched on.
 void start_configuration(configuration *configuration);

@@ -27,17 +27,18 @@ static void say_held()
 
 static void say_rule(const configuration &seen, const configuration &target, int at)
 {
-    if (seen.rules[at].rule_id != 0)
-        print_rule_command(&seen.rules[at]);
+    const kxqos_rule_t *missing = target.rules[at];
+    if (seen.rules[at] != nullptr)
+        print_rule_command(seen.rules[at]);
     else
-        print("no rule %d profile %s\n", target.rules[at].rule_id, get_qos_profile_name(target.rules[at].table_id));
+        print("no rule %d profile %s\n", missing->rule_id, get_qos_profile_name(missing->table_id));
     say_held();
 }
 
 static void say_rules(const configuration &seen, const configuration &target, int profile)
 {
     for (int at = first_place(profile); at < first_place(profile + 1); at++)
-        if (seen.rules[at].rule_id != 0)
+        if (seen.rules[at] != nullptr)
             say_rule(seen, target, at);
 }
 

@@ -60,30 +60,31 @@ static int find_bad_name(const kxqos_rule_t &rule)
     return -1;
 }
 
-static int leave_out_rule(kxqos_rule_t *rule, const char *wrong, int at)
+static int leave_out_rule(configuration *held, const char *wrong, int at)
 {
+    const kxqos_rule_t *rule = held->rules[at];
     const char *profile = get_qos_profile_name(rule->table_id);
     int field = find_bad_name(*rule);
     if (field < 0 && wrong == nullptr)
-        field = different_field(*rule, replayed.rules[at]);
+        field = different_field(*rule, *replayed.rules[at]);
     if (field >= 0)
         say("rule %d profile %s would not come back equal: %s: %s", rule->rule_id, profile, match_fields[field].keyword,
             reason_of(*rule, field));
     else
         say("rule %d profile %s would not come back equal: %s", rule->rule_id, profile,
             wrong != nullptr ? wrong : "no command sets such an action");
-    rule->rule_id = 0;
+    held->rules[at] = nullptr;
     return 1;
 }
 
-static int check_rule(kxqos_rule_t *rule, int at)
+static int check_rule(configuration *held, int at)
 {
     forget_printed();
-    print_rule_command(rule);
+    print_rule_command(held->rules[at]);
     const char *wrong = replay_printed();
-    if (wrong == nullptr && replayed.rules[at].rule_id != 0 && equal_rules(*rule, replayed.rules[at]))
+    if (wrong == nullptr && replayed.rules[at] != nullptr && equal_rules(*held->rules[at], *replayed.rules[at]))
         return 0;
-    return leave_out_rule(rule, wrong, at);
+    return leave_out_rule(held, wrong, at);
 }
 
 static int check_bucket(kxqos_rate_bucket_t *bucket, int at)
@@ -158,8 +159,8 @@ int leave_out_unfaithful(configuration *held)
     print_to_memory();
     int left = 0;
     for (int at = 0; at < rule_places; at++)
-        if (held->rules[at].rule_id != 0)
-            left += check_rule(&held->rules[at], at);
+        if (held->rules[at] != nullptr)
+            left += check_rule(held, at);
     for (int at = 0; at < KXQOS_BUCKET_LAST; at++)
         if (held->buckets[at].bucketID != 0)
             left += check_bucket(&held->buckets[at], at);

@@ -1,6 +1,7 @@
 #include "gateway.h"
 
 #include "device.h"
+#include "equal.h"
 #include "limit_db.h"
 #include "message.h"
 #include "number.h"
@@ -26,7 +27,7 @@ static bool cannot_read(const char *kind, int number, const char *why)
 }
 
 // Returns null at the end, or why the walk was broken off.
-static const char *walk_rules(int profile, configuration *held)
+static const char *walk_rules(int profile, configuration *held, const configuration *like)
 {
     kxqos_rule_t rule;
     clear(&rule);
@@ -39,9 +40,12 @@ static const char *walk_rules(int profile, configuration *held)
         const int at = rule_place(rule.table_id, rule.rule_id);
         if (at < 0 || rule.table_id != profile)
             return "the kernel module gave a rule that there cannot be";
-        if (held->rules[at].rule_id != 0)
+        if (held->rules[at] != nullptr)
             return "the kernel module gave a rule twice";
-        held->rules[at] = rule;
+        if (like != nullptr && like->rules[at] != nullptr && equal_rules(*like->rules[at], rule))
+            held->rules[at] = like->rules[at];
+        else
+            keep_rule(held, at, rule);
     }
     return "the walk does not end";
 }
@@ -65,11 +69,11 @@ static const char *walk_buckets(configuration *held)
     return "the walk does not end";
 }
 
-static bool read_rules(configuration *held)
+static bool read_rules(configuration *held, const configuration *like)
 {
     bool whole = true;
     for (int profile = 0; profile < KXQOS_PROFILE_MAX; profile++) {
-        if (const char *why = walk_rules(profile, held)) {
+        if (const char *why = walk_rules(profile, held, like)) {
             held->unread |= 1U << profile;
             char what[32] = "the rules of profile ";
             strcat(what, qosProfileName[profile].name);
@@ -144,12 +148,9 @@ static bool read_debug(configuration *held, const names *names)
     return cannot_read("the debug flags", "");
 }
 
-// Places that nothing was ever in are only looked at, so that they cost no memory.
 static void forget(configuration *held)
 {
-    for (kxqos_rule_t &rule : held->rules)
-        if (rule.rule_id != 0)
-            rule.rule_id = 0;
+    clear(&held->rules);
     for (kxqos_rate_bucket_t &bucket : held->buckets)
         bucket.bucketID = 0;
     clear(&held->limits);
@@ -159,13 +160,13 @@ static void forget(configuration *held)
     start_configuration(held);
 }
 
-bool read_gateway(configuration *held, const names *names)
+bool read_gateway(configuration *held, const names *names, const configuration *like)
 {
     use_gateway();
     gateway_failure();
     forget(held);
     bool whole = read_switches(held);
-    whole &= read_rules(held);
+    whole &= read_rules(held, like);
     whole &= read_buckets(held);
     whole &= read_limits(held);
     whole &= read_counters(held, names);

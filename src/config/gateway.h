@@ -9,6 +9,8 @@
 // Reads what is governed as a whole, and of counters and debug flags what is named; all of them when names is null.
 // Says what cannot be read, notes it in held->unread or as unknown_state, and goes on. Returns false when there was
 // any. *held is of static storage; what it held before is forgotten.
-bool read_gateway(configuration *held, const names *names);
+//
+// Rules that are equal in like, if it is not null, are not kept a second time.
+bool read_gateway(configuration *held, const names *names, const configuration *like);
 
 #endif

@@ -178,9 +178,9 @@ static void print_rules(const configuration &held)
 {
     bool first = true;
     print(",\n\"rules\":[");
-    for (const kxqos_rule_t &rule : held.rules)
-        if (rule.rule_id != 0)
-            print_rule(rule, &first);
+    for (const kxqos_rule_t *rule : held.rules)
+        if (rule != nullptr)
+            print_rule(*rule, &first);
     print("]");
 }
 
@@ -251,7 +251,7 @@ int show_json()
     static configuration held;
     static names nothing; // no counter and no debug flag
     static readings readings;
-    if (!read_gateway(&held, &nothing) || !read_readings(&readings))
+    if (!read_gateway(&held, &nothing, nullptr) || !read_readings(&readings))
         return status_failed;
     print_to_standard_output();
     print_all(held, readings);

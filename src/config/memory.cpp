@@ -8,8 +8,8 @@ static int next_rule(const configuration &held, kxqos_rule_t *cursor)
     const int first = first_place(profile);
     const int last = first_place(profile + 1);
     for (int place = first + cursor->rule_id; place < last; place++) {
-        if (held.rules[place].rule_id != 0) {
-            *cursor = held.rules[place];
+        if (held.rules[place] != nullptr) {
+            *cursor = *held.rules[place];
             return 0;
         }
     }

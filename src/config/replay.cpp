@@ -1,5 +1,6 @@
 #include "replay.h"
 
+#include "action_fields.h"
 #include "commands.h"
 #include "message.h"
 #include "number.h"
@@ -26,9 +27,9 @@ static const char *take_rule(const kxqos_rule_t &rule, place where, configuratio
     const int at = rule_place(rule.table_id, rule.rule_id);
     if (at < 0)
         return "no such rule: the number is too high for its profile";
-    if (wanted->rules[at].rule_id != 0 && memcmp(&wanted->rules[at], &rule, sizeof rule) != 0)
+    if (wanted->rules[at] != nullptr && memcmp(wanted->rules[at], &rule, sizeof rule) != 0)
         return "this rule is given twice, and differently";
-    wanted->rules[at] = rule;
+    keep_rule(wanted, at, rule);
     names->rules[at] = where;
     return nullptr;
 }
@@ -36,16 +37,16 @@ static const char *take_rule(const kxqos_rule_t &rule, place where, configuratio
 static const char *drop_rule(const kxqos_rule_t &rule, configuration *wanted)
 {
     const int at = rule_place(rule.table_id, rule.rule_id);
-    if (at < 0 || wanted->rules[at].rule_id == 0)
+    if (at < 0 || wanted->rules[at] == nullptr)
         return "there is no such rule to delete";
-    wanted->rules[at].rule_id = 0;
+    wanted->rules[at] = nullptr;
     return nullptr;
 }
 
 static const char *drop_rules(int profile, configuration *wanted)
 {
     for (int at = first_place(profile); at < first_place(profile + 1); at++)
-        wanted->rules[at].rule_id = 0;
+        wanted->rules[at] = nullptr;
     return nullptr;
 }
 
@@ -295,10 +296,11 @@ static bool check_whole(const file &file, reading *reading)
 static void warn_of_buckets(const file &file, const configuration &wanted, const names &names)
 {
     for (int at = 0; at < rule_places; at++) {
-        const kxqos_rule_t &rule = wanted.rules[at];
-        const int bucket = rule.action.rateBucket;
-        if (rule.rule_id == 0 || (rule.action.actionFlag >> KXQOS_ACTION_RATE_LIMIT & 1) == 0 ||
-            wanted.buckets[bucket - 1].bucketID != 0)
+        const kxqos_rule_t *rule = wanted.rules[at];
+        if (rule == nullptr || !shows_action(&rule->action, KXQOS_ACTION_RATE_LIMIT))
+            continue;
+        const int bucket = rule->action.rateBucket;
+        if (wanted.buckets[bucket - 1].bucketID != 0)
             continue;
         char warning[64];
         snprintf(warning, sizeof warning, "warning: bucket %d is not set", bucket);

@@ -47,7 +47,7 @@ int save(const char *name, const options &options)
 {
     if (!open_gateway(options.waitSeconds))
         return status_refused;
-    const bool whole = read_gateway(&held, nullptr);
+    const bool whole = read_gateway(&held, nullptr, nullptr);
     unlock_gateway();
     const bool lossy = (options.given & option_lossy) != 0;
     if (!whole || (leave_out_unfaithful(&held) != 0 && !lossy)) {

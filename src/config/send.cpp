@@ -57,8 +57,8 @@ static int profile_of(int at)
 static const char *send_rule(const configuration &configuration, int at)
 {
     kxqos_rule_t rule;
-    if (configuration.rules[at].rule_id != 0) {
-        rule = configuration.rules[at];
+    if (configuration.rules[at] != nullptr) {
+        rule = *configuration.rules[at];
         rule.counter = 0;
         return send(KXQOS_RULE_ADD, &rule, false);
     }
@@ -128,7 +128,7 @@ static const char *undo_reset(const configuration &from, int profile)
 {
     const char *failure = nullptr;
     for (int at = first_place(profile); at < first_place(profile + 1); at++) {
-        const char *failed = from.rules[at].rule_id != 0 ? send_rule(from, at) : nullptr;
+        const char *failed = from.rules[at] != nullptr ? send_rule(from, at) : nullptr;
         if (failed != nullptr)
             failure = failed;
     }
