@@ -1,8 +1,10 @@
 #include "gateway.h"
 
+#include "action_fields.h"
 #include "commands.h"
 #include "device.h"
 #include "libkx.h"
+#include "match_fields.h"
 #include "output.h"
 
 #include <algorithm>
@@ -108,60 +110,12 @@ static int answer(void *record, size_t size)
 
 // Rules as they may be sent
 
-// The storage of each field in the record and the number of its bytes; the mask of an entry stands 72 further.
-struct place {
-    size_t offset;
-    size_t size;
-    bool masked;
-    uint32_t maximum;
-};
-
-#define IN_ENTRY(member, maximum) \
-    { \
-        offsetof(kxqos_rule_t, field.member), sizeof(kxqos_entry_t::member), true, maximum \
-    }
-#define IPV4(member) \
-    { \
-        offsetof(kxqos_rule_t, field.member), 4, true, 0 \
-    }
-#define IN_RULE(member) \
-    { \
-        offsetof(kxqos_rule_t, member), sizeof(kxqos_rule_t::member), false, 0 \
-    }
-
-static constexpr place places[KXQOS_MATCH_MAX] = {
-    IN_ENTRY(dstMac, 0),
-    IN_ENTRY(srcMac, 0),
-    IN_ENTRY(etherType, 0xFFFF),
-    IN_ENTRY(tpid, 0xFFFF),
-    IN_ENTRY(vlanID, 4095),
-    IN_ENTRY(vlanPri, 7),
-    IN_ENTRY(innerVlanID, 4095),
-    IN_ENTRY(innerVlanPri, 7),
-    IPV4(dstIP),
-    IPV4(srcIP),
-    IN_ENTRY(dstIP, 0),
-    IN_ENTRY(srcIP, 0),
-    IN_ENTRY(tos, 255),
-    IN_ENTRY(dscp, 63),
-    IN_ENTRY(pre, 7),
-    IN_ENTRY(flowlabel, 0xFFFFF),
-    IN_ENTRY(tc, 255),
-    IN_ENTRY(ipProtocol, 255),
-    IN_ENTRY(srcPort, 0xFFFF),
-    IN_ENTRY(dstPort, 0xFFFF),
-    IN_RULE(rxPortBits),
-    IN_RULE(txPortBits),
-    IN_RULE(inDev),
-    IN_RULE(outDev),
-    IN_RULE(wanDev),
-    IN_ENTRY(dstMac, 0),
-    IPV4(srcIP),
-    IN_ENTRY(srcIP, 0),
-    IN_ENTRY(srcPort, 0xFFFF),
-    IN_ENTRY(ipProtocol, 255),
-};
-static constexpr size_t mask_distance = offsetof(kxqos_rule_t, mask) - offsetof(kxqos_rule_t, field);
+// From the tool's own table, which the unit tests hold to one that was typed anew. An IPv4 address fills a part of its
+// member.
+static size_t size_of(const match_field &row)
+{
+    return row.kind == match_kind::ipv4 ? sizeof(uint32_t) : row.size;
+}
 
 static uint32_t bits(const uint8_t (&set)[4])
 {
@@ -181,10 +135,10 @@ static void mark_used(const kxqos_rule_t &rule, bool withMask, uint8_t (&used)[s
     for (int field = 0; field < KXQOS_MATCH_MAX; field++) {
         if (!has(bits(rule.fieldSel), field))
             continue;
-        const place &at = places[field];
-        for (size_t i = at.offset; i < at.offset + at.size; i++) {
+        const match_field &row = match_fields[field];
+        for (size_t i = row.offset; i < row.offset + size_of(row); i++) {
             used[i]++;
-            if (at.masked && (withMask || field != KXQOS_MATCH_IPPROTO_BITS))
+            if (has_mask(row) && (withMask || field != KXQOS_MATCH_IPPROTO_BITS))
                 used[i + mask_distance]++;
         }
     }
@@ -199,22 +153,6 @@ bool shares_storage(const kxqos_rule_t &rule)
             return true;
     return false;
 }
-
-struct action_place {
-    int number;
-    size_t offset;
-    size_t size;
-    uint32_t minimum;
-    uint32_t maximum;
-};
-
-static constexpr action_place action_places[] = {
-    {KXQOS_ACTION_ASSIGN_QUEUE, offsetof(kxqos_rule_t, action.queue), 2, 0, 7},
-    {KXQOS_ACTION_RATE_LIMIT, offsetof(kxqos_rule_t, action.rateBucket), 2, 1, 64},
-    {KXQOS_ACTION_CHG_PRI, offsetof(kxqos_rule_t, action.newPri), 1, 0, 7},
-    {KXQOS_ACTION_CHG_DSCP, offsetof(kxqos_rule_t, action.newDscp), 1, 0, 255},
-    {KXQOS_ACTION_ASSIGN_COUNTER, offsetof(kxqos_rule_t, action.counterID), 2, 1, 222},
-};
 
 static uint32_t number_at(const kxqos_rule_t &rule, size_t offset, size_t size)
 {
@@ -234,24 +172,26 @@ static void check_name(const char (&name)[KXQOS_DEVICE_NAME_SIZE])
 // The value and the mask of a field that has its storage for itself.
 static void check_value(const kxqos_rule_t &rule, int field)
 {
-    const place &at = places[field];
-    const char *value = reinterpret_cast<const char *>(&rule) + at.offset;
+    const match_field &row = match_fields[field];
+    const size_t size = size_of(row);
+    const char *value = reinterpret_cast<const char *>(&rule) + row.offset;
     const char *mask = value + mask_distance;
     const bool range = has(bits(rule.fieldMode), field);
-    if (!at.masked) {
+    if (!has_mask(row)) {
         check(!range, "a range of a field that has none is sent");
-    } else if (at.maximum != 0) {
-        const uint32_t number = number_at(rule, at.offset, at.size);
-        const uint32_t other = number_at(rule, at.offset + mask_distance, at.size);
-        check(number <= at.maximum, "a number beyond its maximum is sent");
-        check(!range || (number <= other && other <= at.maximum), "a range that is none is sent");
+    } else if (row.maximum != 0) {
+        const uint32_t number = number_at(rule, row.offset, size);
+        const uint32_t other = number_at(rule, row.offset + mask_distance, size);
+        check(number <= row.maximum, "a number beyond its maximum is sent");
+        check(!range || (number <= other && other <= row.maximum), "a range that is none is sent");
         check(range || field == KXQOS_MATCH_IPPROTO_BITS || other <= 0xFFFF, "a mask beyond its maximum is sent");
     } else if (!range) {
-        for (size_t i = 0; i < at.size; i++)
+        for (size_t i = 0; i < size; i++)
             check((value[i] & ~mask[i]) == 0, "bits of an address outside its mask are sent");
-    } else if (at.size == 4) {
-        check(number_at(rule, at.offset, 4) <= number_at(rule, at.offset + mask_distance, 4), "an IPv4 range is none");
-    } else if (at.size == 16) {
+    } else if (size == 4) {
+        check(number_at(rule, row.offset, 4) <= number_at(rule, row.offset + mask_distance, 4),
+              "an IPv4 range is none");
+    } else if (size == 16) {
         check(memcmp(value, mask, 14) == 0 && memcmp(value + 14, mask + 14, 2) <= 0, "an IPv6 range is none");
     }
 }
@@ -278,7 +218,7 @@ static void check_rule(const kxqos_rule_t &rule)
     const uint32_t selected = bits(rule.fieldSel);
     const uint32_t flags = rule.action.actionFlag;
     check_ids(rule);
-    check(selected >> KXQOS_MATCH_MAX == 0, "a bit that is no field is selected");
+    check(uint64_t{selected} >> KXQOS_MATCH_MAX == 0, "a bit that is no field is selected");
     check((bits(rule.fieldMode) & ~selected) == 0, "the mode of a field that is not selected is sent");
     check((bits(rule.fieldInverse) & ~selected) == 0, "a field that is not selected is inverted");
     check_name(rule.inDev);
@@ -295,20 +235,24 @@ static void check_rule(const kxqos_rule_t &rule)
         check(raw[i] == 0, "a counter or padding is sent");
     for (int field = 0; field < KXQOS_MATCH_MAX; field++) {
         bool alone = has(selected, field);
-        for (size_t i = places[field].offset; i < places[field].offset + places[field].size; i++)
+        const match_field &row = match_fields[field];
+        for (size_t i = row.offset; i < row.offset + size_of(row); i++)
             alone = alone && used[i] == 1;
         if (alone)
             check_value(rule, field);
     }
 
-    constexpr uint32_t settable = 0x27F;    // all but the module's own two
     constexpr uint32_t egress = 0x1F800000; // outdev, wan and the four egress fields
-    check((flags & ~settable) == 0, "an action that no command sets is sent");
+    check(uint64_t{flags} >> KXQOS_ACTION_MAX == 0, "a bit that is no action is sent");
     check(!has(flags, KXQOS_ACTION_SKB_DBG_ON) || (selected & egress) == 0, "dbgon on an egress field is sent");
-    for (const action_place &at : action_places) {
-        const uint32_t value = number_at(rule, at.offset, at.size);
-        if (has(flags, at.number))
-            check(value >= at.minimum && value <= at.maximum, "a parameter of an action is out of its range");
+    for (int action = 0; action < KXQOS_ACTION_MAX; action++) {
+        const action_field &row = action_fields[action];
+        check(row.keyword[0] != '\0' || !has(flags, action), "an action that no command sets is sent");
+        if (row.size == 0)
+            continue;
+        const uint32_t value = action_value(&rule.action, row);
+        if (has(flags, action))
+            check(value >= row.minimum && value <= row.maximum, "a parameter of an action is out of its range");
         else
             check(value == 0, "a parameter without its action is sent");
     }
@@ -328,9 +272,11 @@ static void blur(kxqos_rule_t *rule)
         if (length < KXQOS_DEVICE_NAME_SIZE)
             memset(name + length + 1, 0x5A, KXQOS_DEVICE_NAME_SIZE - length - 1);
     }
-    for (const action_place &at : action_places)
-        if (!has(rule->action.actionFlag, at.number))
-            memset(raw + at.offset, 0x5A, at.size);
+    for (int action = 0; action < KXQOS_ACTION_MAX; action++) {
+        const action_field &row = action_fields[action];
+        if (!has(rule->action.actionFlag, action))
+            memset(raw + offsetof(kxqos_rule_t, action) + row.offset, 0x5A, row.size);
+    }
     memset(raw + 228, 0x5A, 4); // padding
 }
 
@@ -378,7 +324,8 @@ static void check_bucket(const kxqos_rate_bucket_t &bucket, bool rated)
     check(bucket.bucketID >= 1 && bucket.bucketID <= KXQOS_BUCKET_LAST, "a bucket that is none is sent");
     check(bucket.hwBucketID == 0 && bucket.tocken == 0, "the module's part of a bucket is sent");
     check(rated || bucket.rateLimit == 0, "a rate is sent that nobody asked for");
-    check(bucket.rateLimit % 128 == 0 && bucket.rateLimit <= 10485760U * 128, "a rate that is none is sent");
+    check(bucket.rateLimit % KXQOS_RATE_UNITS == 0 && bucket.rateLimit / KXQOS_RATE_UNITS <= KXQOS_RATE_LAST,
+          "a rate that is none is sent");
 }
 
 static void check_counter(const kxqos_counter_info_s &info)
@@ -538,7 +485,7 @@ static void check_switch(uint32_t direction, uint32_t enable)
 
 static void check_id(int id)
 {
-    check(id >= 0 && id <= 256, "a number of the library's beyond its range is sent");
+    check(id >= 0 && id <= LIBKX_ID_LAST, "a number of the library's beyond its range is sent");
 }
 
 // Touches all that the library may read, for the sanitizer to see.
@@ -581,21 +528,21 @@ libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t 
                                                 uint32_t *upSpeed, uint64_t *downPkts, uint64_t *downBytes,
                                                 uint32_t *downSpeed)
 {
-    check(flow >= 0 && flow <= 7, "a flow that is none is sent");
+    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "a flow that is none is sent");
     check_id(counter);
     return call(upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
 }
 
 libkx_retCode_t libkx_qos_OSGI_clearCounterByFlow(int flow, int counter)
 {
-    check(flow >= 0 && flow <= 7, "a flow that is none is sent");
+    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "a flow that is none is sent");
     check_id(counter);
     return call();
 }
 
 static void check_host(int host)
 {
-    check(host >= 1 && host <= 256, "a host that is none is sent");
+    check(host >= 1 && host <= LIBKX_HOST_LAST, "a host that is none is sent");
 }
 
 libkx_retCode_t libkx_qos_hostEntryAdd(int host, const unsigned char *mac, int statsEnable, uint32_t upLimit,

@@ -1,6 +1,7 @@
 // Round trip: a rule that is accepted, dumped, and its dump line typed in again, dumps the same.
 // Input: one byte for the profile, one for the rule, then the words behind, each ended by a NUL.
 #include "gateway.h"
+#include "profiles.h"
 
 #include <ctype.h>
 #include <string.h>
@@ -42,10 +43,10 @@ static bool fits_a_line(const kxqos_rule_t &rule)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const char *const profiles[] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
     if (size < 3)
         return 0;
-    std::vector<std::string> words = {"rule", std::to_string(data[1] % 64 + 1), "profile", profiles[data[0] % 5]};
+    const char *profile = qosProfileName[data[0] % KXQOS_PROFILE_MAX].name;
+    std::vector<std::string> words = {"rule", std::to_string(data[1] % 64 + 1), "profile", profile};
     const size_t before = words.size();
     for (std::string &word : split({reinterpret_cast<const char *>(data) + 2, size - 2}))
         words.push_back(std::move(word));

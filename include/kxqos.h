@@ -59,7 +59,8 @@
     X(PURE_DSCP_GET, 33, uint32_t)               /* module fills */ \
     X(FINE_CLASSIFY_SET, 34, uint32_t)           /* 1 enables fine classification */ \
     X(FINE_CLASSIFY_GET, 35, uint32_t)           /* module fills */ \
-    X(REFRESH_SET, 36, uint32_t)                 /* inverted on purpose: 1 suppresses the forwarding-table refresh */
+    X(REFRESH_SET, 36, uint32_t)                 /* inverted on purpose: 1 suppresses the forwarding-table refresh */ \
+    /* the numbers between and up to 255 are free */
 
 enum kxqos_request {
 #define KXQOS_NUMBER(name, number, payload) KXQOS_##name = (number),
@@ -69,41 +70,51 @@ enum kxqos_request {
 
 /* Numbers */
 
-/* Match fields: the index into fieldSel, fieldMode and fieldInverse (field n is bit 1 << (n % 8) of byte n / 8). */
+/* The match fields: the name after KXQOS_MATCH_, the index into fieldSel, fieldMode and fieldInverse (field n is bit
+ * 1 << (n % 8) of byte n / 8), and the keyword in commands. */
+#define KXQOS_MATCHES(X) \
+    X(DMAC, 0, "dmac") \
+    X(SMAC, 1, "smac") \
+    X(ETHERTYPE, 2, "ethertype") \
+    X(TPID, 3, "tpid") \
+    X(VID, 4, "vid") \
+    X(PRI, 5, "pri") \
+    X(INNERVID, 6, "ivid") \
+    X(INNERPRI, 7, "ipri") \
+    X(DIPV4, 8, "dip") \
+    X(SIPV4, 9, "sip") \
+    X(DIPV6, 10, "dip6") \
+    X(SIPV6, 11, "sip6") \
+    X(TOS, 12, "tos") \
+    X(DSCP, 13, "dscp") \
+    X(PRE, 14, "pre") \
+    X(FL, 15, "fl") \
+    X(TC, 16, "tc") \
+    X(IPPROTO, 17, "protocol") \
+    X(L4SRCPORT, 18, "sport") \
+    X(L4DSTPORT, 19, "dport") \
+    X(RXPORT, 20, "rxports") \
+    X(TXPORT, 21, "txports") \
+    X(INDEV, 22, "indev") \
+    X(OUTDEV, 23, "outdev") \
+    X(WANDEV, 24, "wan") \
+    /* The egress fields share their storage with the ingress field of the same kind; the last one written wins. */ \
+    X(EGR_DMAC, 25, "edmac") \
+    X(EGR_SIPV4, 26, "esip") \
+    X(EGR_SIPV6, 27, "esip6") \
+    X(EGR_L4SRCPORT, 28, "esport") \
+    X(IPPROTO_BITS, 29, "protocols") /* shares ipProtocol with IPPROTO */ \
+    /* 30 and 31 are free */
+
 enum kxqos_match {
-    KXQOS_MATCH_DMAC = 0,
-    KXQOS_MATCH_SMAC = 1,
-    KXQOS_MATCH_ETHERTYPE = 2,
-    KXQOS_MATCH_TPID = 3,
-    KXQOS_MATCH_VID = 4,
-    KXQOS_MATCH_PRI = 5,
-    KXQOS_MATCH_INNERVID = 6,
-    KXQOS_MATCH_INNERPRI = 7,
-    KXQOS_MATCH_DIPV4 = 8,
-    KXQOS_MATCH_SIPV4 = 9,
-    KXQOS_MATCH_DIPV6 = 10,
-    KXQOS_MATCH_SIPV6 = 11,
-    KXQOS_MATCH_TOS = 12,
-    KXQOS_MATCH_DSCP = 13,
-    KXQOS_MATCH_PRE = 14,
-    KXQOS_MATCH_FL = 15,
-    KXQOS_MATCH_TC = 16,
-    KXQOS_MATCH_IPPROTO = 17,
-    KXQOS_MATCH_L4SRCPORT = 18,
-    KXQOS_MATCH_L4DSTPORT = 19,
-    KXQOS_MATCH_RXPORT = 20,
-    KXQOS_MATCH_TXPORT = 21,
-    KXQOS_MATCH_INDEV = 22,
-    KXQOS_MATCH_OUTDEV = 23,
-    KXQOS_MATCH_WANDEV = 24,
-    /* The egress fields share their storage with the ingress field of the same kind; the last one written wins. */
-    KXQOS_MATCH_EGR_DMAC = 25,
-    KXQOS_MATCH_EGR_SIPV4 = 26,
-    KXQOS_MATCH_EGR_SIPV6 = 27,
-    KXQOS_MATCH_EGR_L4SRCPORT = 28,
-    KXQOS_MATCH_IPPROTO_BITS = 29, /* shares ipProtocol with KXQOS_MATCH_IPPROTO */
-    KXQOS_MATCH_MAX = 30
+#define KXQOS_NUMBER(name, number, word) KXQOS_MATCH_##name = (number),
+    KXQOS_MATCHES(KXQOS_NUMBER) KXQOS_MATCH_MAX
+#undef KXQOS_NUMBER
 };
+
+#define KXQOS_PLUS_FIELD(name, number, word) +1
+static_assert(KXQOS_MATCH_MAX == 0 KXQOS_MATCHES(KXQOS_PLUS_FIELD), "KXQOS_MATCHES has a gap");
+#undef KXQOS_PLUS_FIELD
 
 /* Protocol bits of KXQOS_MATCH_IPPROTO_BITS. */
 enum kxqos_ipproto_bit {
@@ -176,6 +187,8 @@ enum kxqos_limit {
     KXQOS_DEVICE_NAME_SIZE = 16, /* an interface name and its terminator */
     KXQOS_BUCKET_LAST = 64,      /* buckets are numbered from 1 */
     KXQOS_COUNTER_LAST = 222,    /* counters are numbered from 1 */
+    KXQOS_RATE_LAST = 10485760,  /* the highest rate of a bucket, in kbps */
+    KXQOS_RATE_UNITS = 128,      /* of rateLimit, in a kbps */
     KXQOS_ID_LAST = 65535,       /* ids have 16 bits, so no table holds more entries than this */
     KXQOS_PRIORITIES = 8,
     KXQOS_RL_IP_ENTRIES = 24,
@@ -240,14 +253,14 @@ typedef struct kxqos_rule_s {
 } kxqos_rule_t;
 
 typedef struct kxqos_rate_bucket_s {
-    uint16_t bucketID;   /* 1..64; 0 starts and ends a walk */
+    uint16_t bucketID;   /* 1 to KXQOS_BUCKET_LAST; 0 starts and ends a walk */
     uint16_t hwBucketID; /* filled by the module */
-    uint32_t rateLimit;  /* kbps * 128; 0 means no limit */
+    uint32_t rateLimit;  /* kbps * KXQOS_RATE_UNITS; 0 means no limit */
     uint32_t tocken;     /* hardware meter, filled by the module; spelt so in the record's own vocabulary */
 } kxqos_rate_bucket_t;
 
 typedef struct kxqos_counter_info_s {
-    int32_t counterID; /* 1..222; returned as 0 when no such counter is in use */
+    int32_t counterID; /* 1 to KXQOS_COUNTER_LAST; returned as 0 when no such counter is in use */
     uint64_t bytes;
     uint64_t packets;
     uint64_t speed; /* kbps */

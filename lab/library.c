@@ -63,7 +63,7 @@ static struct library_traffic traffic_since(const struct library *library, uint6
 
 static bool is_flow_counter(int flow, int counter)
 {
-    return flow >= 0 && flow < LIBRARY_FLOWS && counter >= 0 && counter < LIBRARY_FLOW_COUNTERS;
+    return flow >= 0 && flow <= LIBKX_FLOW_LAST && counter >= 0 && counter <= LIBKX_ID_LAST;
 }
 
 libkx_retCode_t library_flow_get(const struct library *library, int flow, int counter, struct library_traffic *traffic)
@@ -86,7 +86,7 @@ libkx_retCode_t library_flow_clear(struct library *library, int flow, int counte
 
 static bool is_host(const struct library *library, int host)
 {
-    return host >= 1 && host <= LIBRARY_HOST_LAST && library->hosts[host - 1].present != 0;
+    return host >= 1 && host <= LIBKX_HOST_LAST && library->hosts[host - 1].present != 0;
 }
 
 /* Creates the bucket and the counter that a host asks for, or neither. */
@@ -109,7 +109,7 @@ libkx_retCode_t library_host_add(struct library *library, int host, const struct
     int new_counter = *counter;
     libkx_retCode_t result;
 
-    if (host < 1 || host > LIBRARY_HOST_LAST || is_host(library, host))
+    if (host < 1 || host > LIBKX_HOST_LAST || is_host(library, host))
         return LIBKX_RET_INVALID_PARAMETER;
     result = create_for_host(library, &new_bucket, &new_counter, wanted->up_limit);
     if (result != LIBKX_RET_OK)

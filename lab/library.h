@@ -15,9 +15,6 @@ extern "C" {
 
 enum {
     LIBRARY_LIMITS = 128,
-    LIBRARY_HOST_LAST = 256,
-    LIBRARY_FLOWS = 8,
-    LIBRARY_FLOW_COUNTERS = 257,
     LIBRARY_WANS = 16,
     LIBRARY_WAN_NAME = 16, /* the longest name */
     LIBRARY_RULES = 64,
@@ -67,8 +64,8 @@ struct library {
     uint64_t offered; /* packets up; there are twice as many down */
     uint64_t last_offer;
     struct library_limit limits[LIBRARY_LIMITS];
-    struct library_host hosts[LIBRARY_HOST_LAST];
-    uint64_t flow_zeros[LIBRARY_FLOWS][LIBRARY_FLOW_COUNTERS]; /* as library_counter's */
+    struct library_host hosts[LIBKX_HOST_LAST];
+    uint64_t flow_zeros[LIBKX_FLOW_LAST + 1][LIBKX_ID_LAST + 1]; /* as library_counter's */
     struct library_wan wans[LIBRARY_WANS];
     struct library_counter counters[KXQOS_COUNTER_LAST];
     struct library_bucket buckets[KXQOS_BUCKET_LAST];

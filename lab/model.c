@@ -6,7 +6,7 @@
 #include <errno.h>
 #endif
 
-enum { max_rate_kbps = 10485760, rate_step_kbps = 64, rate_units = 128 };
+enum { rate_step_kbps = 64 };
 
 /* The kernel log */
 
@@ -62,7 +62,7 @@ static int debug_show(struct model *model, void *payload)
 
 /* Buckets */
 
-/* The cursor of a walk may be any number, a bucket's own number only 1 to 64. */
+/* The cursor of a walk may be any number, a bucket's own number only one that it has. */
 static kxqos_rate_bucket_t *bucket_of(struct model *model, unsigned number)
 {
     return number >= 1 && number <= KXQOS_BUCKET_LAST ? &model->buckets[number - 1] : NULL;
@@ -72,9 +72,9 @@ static int bucket_set(struct model *model, void *payload)
 {
     const kxqos_rate_bucket_t *asked = payload;
     kxqos_rate_bucket_t *bucket = bucket_of(model, asked->bucketID);
-    const uint32_t step = rate_step_kbps * rate_units;
+    const uint32_t step = rate_step_kbps * KXQOS_RATE_UNITS;
 
-    if (bucket == NULL || asked->rateLimit > (uint32_t)max_rate_kbps * rate_units)
+    if (bucket == NULL || asked->rateLimit > (uint32_t)KXQOS_RATE_LAST * KXQOS_RATE_UNITS)
         return -EINVAL;
     bucket->bucketID = asked->bucketID;
     bucket->hwBucketID = (uint16_t)(100 + asked->bucketID);
@@ -131,7 +131,7 @@ static void log_bucket(struct model *model, const kxqos_rate_bucket_t *bucket)
     text_words(&text, "bucket ");
     text_number(&text, bucket->bucketID);
     text_words(&text, ": rate ");
-    text_number(&text, bucket->rateLimit / rate_units);
+    text_number(&text, bucket->rateLimit / KXQOS_RATE_UNITS);
     text_words(&text, " kbps, hwBucketID ");
     text_number(&text, bucket->hwBucketID);
     text_words(&text, ", tocken ");

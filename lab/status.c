@@ -3,13 +3,11 @@
 #include <arpa/inet.h>
 #include <stdio.h>
 
-static const char profile_names[KXQOS_PROFILE_MAX][16] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
+#define PROFILE_WORD(name, word, rules) word,
+static const char profile_names[KXQOS_PROFILE_MAX][16] = {KXQOS_PROFILES(PROFILE_WORD)};
 static const char mode_names[RATELIMIT_MODE_MAX][16] = {"disable", "ip", "vlan", "port"};
-
-static const char field_names[KXQOS_MATCH_MAX][16] = {
-    "dmac", "smac", "ethertype", "tpid",   "vid",    "pri",      "inner vid", "inner pri", "dip",       "sip",
-    "dip6", "sip6", "tos",       "dscp",   "pre",    "fl",       "tc",        "protocol",  "sport",     "dport",
-    "rx",   "tx",   "indev",     "outdev", "wandev", "egr dmac", "egr sip",   "egr sip6",  "egr sport", "protocols"};
+#define FIELD_WORD(name, number, word) word,
+static const char field_names[KXQOS_MATCH_MAX][16] = {KXQOS_MATCHES(FIELD_WORD)};
 
 static const char *on_or_off(uint32_t state)
 {
@@ -110,8 +108,8 @@ static void print_buckets(const struct model *module)
     for (unsigned i = 0; i < KXQOS_BUCKET_LAST; i++) {
         const kxqos_rate_bucket_t *bucket = &module->buckets[i];
         if (bucket->bucketID != 0)
-            printf("  bucket %u: %u kbps, hwBucketID %u, tocken %u\n", bucket->bucketID, bucket->rateLimit / 128,
-                   bucket->hwBucketID, bucket->tocken);
+            printf("  bucket %u: %u kbps, hwBucketID %u, tocken %u\n", bucket->bucketID,
+                   bucket->rateLimit / KXQOS_RATE_UNITS, bucket->hwBucketID, bucket->tocken);
     }
 }
 
@@ -200,7 +198,7 @@ static void print_library(const struct library *library)
         if (library->limits[i].kind != LIBRARY_NO_LIMIT)
             print_switch_limit(&library->limits[i]);
     }
-    for (unsigned i = 0; i < LIBRARY_HOST_LAST; i++) {
+    for (unsigned i = 0; i < LIBKX_HOST_LAST; i++) {
         if (library->hosts[i].present != 0)
             print_host(i + 1, &library->hosts[i]);
     }

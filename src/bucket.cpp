@@ -7,8 +7,6 @@
 #include "usage.h"
 #include "words.h"
 
-static constexpr int rate_maximum = 10485760; // kbps
-
 static int incomplete_command()
 {
     print_line("Err: Incomplete command! ");
@@ -36,9 +34,9 @@ static void show_rate_bucket_entry(const kxqos_rate_bucket_t *pBucket)
 
 static int set_rate(const char *rate, kxqos_rate_bucket_t *bucket)
 {
-    if (parse_u32(rate, &bucket->rateLimit, 0, rate_maximum) != 0)
+    if (parse_u32(rate, &bucket->rateLimit, 0, KXQOS_RATE_LAST) != 0)
         return -1;
-    bucket->rateLimit <<= 7;
+    bucket->rateLimit *= KXQOS_RATE_UNITS;
     return kxqosctl_ioctl(KXQOS_REQUEST(KXQOS_BUCKET_SET), bucket);
 }
 

@@ -12,8 +12,9 @@
 #define ENTRY(member) \
     offsetof(kxqos_rule_t, field) + offsetof(kxqos_entry_t, member), sizeof(kxqos_entry_t::member)
 
-const match_field match_fields[KXQOS_MATCH_MAX] = {
-    // keyword, characters that count, kind, place and size, digits, maximum, label (kept: four blanks or a tab, as scripts know them)
+constexpr match_field match_fields[KXQOS_MATCH_MAX] = {
+    // keyword, characters that count, kind, place and size, digits, maximum, label
+    // kept: a label begins with four blanks or with a tab, as it always did, and scripts take it apart
     {"dmac",       2, match_kind::mac,           ENTRY(dstMac),       0, 0,          "    dmac"},
     {"smac",       2, match_kind::mac,           ENTRY(srcMac),       0, 0,          "    smac"},
     {"ethertype",  2, match_kind::hexadecimal,   ENTRY(etherType),    4, 65535,      "    ethertype"},
@@ -46,6 +47,11 @@ const match_field match_fields[KXQOS_MATCH_MAX] = {
     {"protocols",  9, match_kind::protocol_bits, ENTRY(ipProtocol),   0, 255,        "\tip protocol bits"},
 };
 // clang-format on
+
+// A row has its keyword again, so that it can be read by itself.
+#define IS_IN_ITS_ROW(name, number, word) \
+    static_assert(__builtin_strcmp(match_fields[number].keyword, word) == 0, "not in its row of match_fields: " word);
+KXQOS_MATCHES(IS_IN_ITS_ROW)
 
 int find_match_field(const char *word)
 {

@@ -21,10 +21,10 @@ template <typename Record> inline void clear(Record *record)
     }
 }
 
-// A bucket's rate in kbps; the module counts in units of 1/128 of it.
+// A bucket's rate in kbps.
 inline uint32_t bucket_kbps(const kxqos_rate_bucket_t *pBucket)
 {
-    return pBucket->rateLimit >> 7;
+    return pBucket->rateLimit / KXQOS_RATE_UNITS;
 }
 
 #endif

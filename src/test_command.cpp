@@ -10,7 +10,6 @@
 
 #include <string.h>
 
-static constexpr int number_maximum = 256;     // of a counter or a bucket
 static constexpr int limit_maximum = 10000000; // kbps
 
 static int usage_and_fail()
@@ -23,7 +22,7 @@ static int usage_and_fail()
 static int parse_id(const char *word, int *id)
 {
     u32 number = 0;
-    const int result = parse_u32(word, &number, 0, number_maximum);
+    const int result = parse_u32(word, &number, 0, LIBKX_ID_LAST);
     *id = static_cast<int>(number);
     return result;
 }
@@ -77,7 +76,7 @@ static int test_osgi(int count, const char *const *words)
     int counter = 0;
     if (count < 5)
         return usage_and_fail();
-    if (parse_u32(words[1], &flow, 0, 7) != 0)
+    if (parse_u32(words[1], &flow, 0, LIBKX_FLOW_LAST) != 0)
         return -1;
     if (!begins(words[2], "counter", 2))
         return usage_and_fail();
@@ -148,7 +147,7 @@ static int test_host(int count, const char *const *words)
     u32 number = 0;
     if (count < 2)
         return usage_and_fail();
-    if (parse_u32(words[1], &number, 1, 256) != 0)
+    if (parse_u32(words[1], &number, 1, LIBKX_HOST_LAST) != 0)
         return -1;
     if (count < 3)
         return usage_and_fail();

@@ -45,7 +45,7 @@ TEST(Limits, BucketsAll)
         bucket.bucketID = number;
         bucket.rateLimit = random.pick(10485761) * 128;
         if (number <= 2)
-            bucket.rateLimit = number == 1 ? 0 : 10485760U * 128;
+            bucket.rateLimit = number == 1 ? 0 : uint32_t{KXQOS_RATE_LAST} * KXQOS_RATE_UNITS;
         requests.push_back(request(KXQOS_BUCKET_SET, bucket));
     }
     Gateway gateway;

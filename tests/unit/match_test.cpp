@@ -1,12 +1,15 @@
-// The thirty match keywords, typed here once more so that the tool's own table has something to disagree with: how
-// each may be spelt, where its value and mask stand in a rule, and which bits it sets.
+// The match keywords, typed here once more so that the tool's own table has something to disagree with: how each may be
+// spelt, where its value and mask stand in a rule, and which bits it sets.
 
+#include "match_fields.h"
 #include "rule_parse.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -24,7 +27,7 @@ struct Keyword {
     const char *mask_bytes;
 };
 
-constexpr std::array<Keyword, 30> keywords = {{
+constexpr Keyword keywords[] = {
     {"dmac", "dm", "d", false, 0, "02:11:22:33:44:55", 4, "021122334455", "ffffffffffff"},
     {"smac", "sm", "s", false, 1, "02:66:77:88:99:aa", 10, "0266778899aa", "ffffffffffff"},
     {"ethertype", "et", "e", false, 2, "0x0102", 16, "0201", "ffff"},
@@ -58,7 +61,8 @@ constexpr std::array<Keyword, 30> keywords = {{
      "5152535455565758595a5b5c5d5e5f60", "ffffffffffffffffffffffffffffffff"},
     {"esport", "esport", "espor", true, 28, "0x6162", 70, "6261", "ffff"},
     {"protocols", "protocols", "pr", false, 29, "0xa4", 63, "a4", "ff"},
-}};
+};
+static_assert(std::size(keywords) == KXQOS_MATCH_MAX, "keywords: one row for each of KXQOS_MATCHES");
 
 constexpr size_t inverse_offset = 204;
 constexpr size_t mode_offset = 208;
@@ -136,7 +140,7 @@ void expect_unknown(const Keyword &keyword, const char *spelling)
     EXPECT_EQ(parsed.bytes, Bytes{});
 }
 
-TEST(MatchKeywords, AreThirtyWithANumberEach)
+TEST(MatchKeywords, StandInTheOrderOfTheirNumbers)
 {
     for (unsigned number = 0; number < KXQOS_MATCH_MAX; number++)
         EXPECT_EQ(keywords[number].number, number);
@@ -254,7 +258,7 @@ struct Maximum {
 
 TEST(MatchKeywords, NumbersHaveTheirMaximum)
 {
-    constexpr std::array<Maximum, 16> maxima = {{
+    constexpr Maximum maxima[] = {
         {"ethertype", "65535", "65536", "0~65535"},
         {"tpid", "65535", "65536", "0~65535"},
         {"vid", "4095", "4096", "0~4095"},
@@ -271,7 +275,11 @@ TEST(MatchKeywords, NumbersHaveTheirMaximum)
         {"sport", "65535", "65536", "0~65535"},
         {"dport", "65535", "65536", "0~65535"},
         {"esport", "65535", "65536", "0~65535"},
-    }};
+    };
+    const auto numbers = std::count_if(std::begin(match_fields), std::end(match_fields), [](const match_field &row) {
+        return row.maximum != 0 && row.kind != match_kind::port_map;
+    });
+    EXPECT_EQ(std::ssize(maxima), numbers) << "maxima: one row for each field that is a number";
     for (const Maximum &maximum : maxima) {
         SCOPED_TRACE(maximum.word);
         EXPECT_EQ(parse({maximum.word, maximum.largest, "action"}).result, 0);
