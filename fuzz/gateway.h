@@ -3,6 +3,7 @@
 #ifndef FUZZ_GATEWAY_H
 #define FUZZ_GATEWAY_H
 
+#include "inputs.h"
 #include "kxqos.h"
 
 #include <string>
@@ -10,16 +11,6 @@
 #include <vector>
 
 using bytes = std::vector<uint8_t>;
-
-// What is answered when the prepared bytes are used up.
-enum class tail {
-    zeros,    // success, and an empty record
-    echo,     // success, and the record as it was sent: a cursor that never moves
-    failure,  // -1
-    positive, // 7, and the record as it was sent
-    repeat,   // the prepared bytes once more: a walk that never ends
-    count
-};
 
 struct gateway_t {
     bytes answers;

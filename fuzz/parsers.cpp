@@ -203,6 +203,7 @@ static void (*const parsers[])() = {
     formatters,
     bits_and_digits,
 };
+static_assert(std::size(parsers) == parser_count);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
