@@ -12,6 +12,7 @@
 #include "seam_device.h"
 #include "seam_output.h"
 #include "verbs.h"
+#include "version.h"
 
 #include <string.h>
 

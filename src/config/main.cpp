@@ -5,6 +5,7 @@
 #include "number.h"
 #include "replay.h"
 #include "verbs.h"
+#include "version.h"
 #include "words.h"
 
 #include <fcntl.h>

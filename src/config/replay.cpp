@@ -2,6 +2,7 @@
 
 #include "action_fields.h"
 #include "commands.h"
+#include "equal.h"
 #include "message.h"
 #include "number.h"
 #include "record.h"
@@ -27,7 +28,7 @@ static const char *take_rule(const kxqos_rule_t &rule, place where, configuratio
     const int at = rule_place(rule.table_id, rule.rule_id);
     if (at < 0)
         return "no such rule: the number is too high for its profile";
-    if (wanted->rules[at] != nullptr && memcmp(wanted->rules[at], &rule, sizeof rule) != 0)
+    if (wanted->rules[at] != nullptr && !equal_rules(*wanted->rules[at], rule))
         return "this rule is given twice, and differently";
     keep_rule(wanted, at, rule);
     names->rules[at] = where;

@@ -10,6 +10,7 @@
 #include "replacement.h"
 #include "seam_device.h"
 #include "seam_output.h"
+#include "version.h"
 #include "words.h"
 
 static configuration held;

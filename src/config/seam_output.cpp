@@ -8,7 +8,7 @@
 #include <string.h>
 
 // A line of a file has at most 4095 characters, and some message repeats most of it.
-static char text[8192];
+static char captured[8192];
 static size_t length = 0;
 static bool to_memory = false;
 static bool buffered = false;
@@ -26,12 +26,12 @@ void print_to_memory()
 void forget_printed()
 {
     length = 0;
-    text[0] = '\0';
+    captured[0] = '\0';
 }
 
 const char *printed()
 {
-    return text;
+    return captured;
 }
 
 static bool tells_trouble(const char *line)
@@ -42,7 +42,7 @@ static bool tells_trouble(const char *line)
 // The first line that tells of trouble, or null.
 static const char *find_trouble()
 {
-    for (const char *line = text; line != nullptr; line = strchr(line, '\n')) {
+    for (const char *line = captured; line != nullptr; line = strchr(line, '\n')) {
         line += *line == '\n';
         if (tells_trouble(line))
             return line;
@@ -57,10 +57,10 @@ bool printed_trouble()
 
 const char *printed_reason()
 {
-    static char reason[sizeof text];
+    static char reason[sizeof captured];
     const char *line = find_trouble();
     if (line == nullptr)
-        line = text;
+        line = captured;
     size_t size = strcspn(line, "\n");
     while (size > 0 && line[size - 1] == ' ')
         size--;
@@ -80,13 +80,13 @@ void expect_output()
 
 [[gnu::format(printf, 1, 0)]] static void keep(const char *format, va_list values)
 {
-    if (length + 1 >= sizeof text)
+    if (length + 1 >= sizeof captured)
         return;
-    const int more = vsnprintf(text + length, sizeof text - length, format, values);
+    const int more = vsnprintf(captured + length, sizeof captured - length, format, values);
     if (more > 0)
         length += static_cast<size_t>(more);
-    if (length >= sizeof text)
-        length = sizeof text - 1;
+    if (length >= sizeof captured)
+        length = sizeof captured - 1;
 }
 
 void print(const char *format, ...)
@@ -103,9 +103,9 @@ void print(const char *format, ...)
     va_end(values);
 }
 
-void print_line(const char *line)
+void print_line(const char *text)
 {
-    print("%s\n", line);
+    print("%s\n", text);
 }
 
 int finish_output()

@@ -46,7 +46,7 @@ static int show_text()
     return written && failure == nullptr ? status_done : status_failed;
 }
 
-int show(const char * /*file*/, const options &options)
+int show(const char * /*name*/, const options &options)
 {
     if (!open_unlocked_gateway())
         return status_refused;

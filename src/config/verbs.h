@@ -1,4 +1,5 @@
-// The verbs of the command line. Each returns the exit status, and has then said what there is to say.
+// The verbs of the command line. Each takes the name of FILE and returns the exit status, and has then said what there
+// is to say.
 #ifndef KXQOS_CONFIG_VERBS_H
 #define KXQOS_CONFIG_VERBS_H
 
@@ -18,12 +19,12 @@ struct options {
     unsigned confirmSeconds; // with option_confirm
 };
 
-int show(const char *file, const options &options);
-int save(const char *file, const options &options);
-int check(const char *file, const options &options);
-int diff(const char *file, const options &options);
-int apply(const char *file, const options &options);
-int run(const char *file, const options &options);
+int show(const char *name, const options &options);
+int save(const char *name, const options &options);
+int check(const char *name, const options &options);
+int diff(const char *name, const options &options);
+int apply(const char *name, const options &options);
+int run(const char *name, const options &options);
 
 // Sends out what was printed. Returns false when any of it could not be written, and has said so.
 bool finish_standard_output();
