@@ -130,6 +130,9 @@ limit down add port 3 rate 10 \n!
                 ('vid 9', 'vid 9/1', [13]),
                 ('vid 9/1', 'vid !9/1', [13]),
                 ('10.0.0.9 indev', '10.0.0.8 indev', [13]),
+                # The same bytes, as a range and as a value under a mask.
+                ('10.0.0.1~10.0.0.8', '10.0.0.1~255.255.255.255', [13]),
+                ('10.0.0.1~255.255.255.255', '10.0.0.1', [13]),
                 ('eth0', 'eth1', [13]),
                 ('dscp 5', 'dscp 6', [13]),
                 ('dscp 6', 'dscp 6 sw-fwd', [13]),
@@ -189,6 +192,13 @@ limit down add port 3 rate 10 \n!
                   f'{PORT} 0 1 1 7 = 0', 19, 19])):
             self.assertEqual(self.applied(text), changes, text)
             self.assertEqual(self.applied(text), [], text)
+
+    def test_another_mode_alone(self):
+        self.applied(FULL)
+        self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode ip')),
+                         [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', f'{IPV4} 1.2.3.4 1.2.3.4 1 1 5 = 0', 19, 19])
+        self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode disable')),
+                         [f'{IPV4} 1.2.3.4 1.2.3.4 1 0 5 = 0', 19, 19])
 
     def test_diff_shows_commands_and_changes_nothing(self):
         self.applied(FULL)
