@@ -3,7 +3,8 @@
 # profiles, and the names of network interfaces. Needs nothing but bash itself.
 #
 # Every function but the last prints what may stand in place of its last word; they work in zsh too, where _kxqosctl is
-# the name of the whole completion.
+# the name of the whole completion. The words are typed here, because the file is installed as it is; a test compares
+# them with the tool's tables.
 
 _kxqosctl_interfaces() {
     local interfaces

@@ -42,6 +42,7 @@ static bool has_bit(const uint8_t *bits, unsigned bit)
 
 static void print_actions(const kxqos_action_t *action)
 {
+    /* Not the keywords in commands: two of them have none. */
     static const char names[KXQOS_ACTION_MAX][24] = {"queue",
                                                      "bucket",
                                                      "priority",

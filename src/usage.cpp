@@ -3,6 +3,7 @@
 #include "output.h"
 #include "profiles.h"
 
+// Typed, and not made of the tables; a test compares them with what is taken, and knows where they differ.
 // kept: blanks at the ends of lines, empty last lines, and ranges that differ from what is accepted; the texts are
 // compared as they are.
 
