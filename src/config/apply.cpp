@@ -194,5 +194,6 @@ int apply(const char *name, const options &options)
         return status_failed;
     }
     const int result = change_gateway(whole, options);
-    return finish_standard_output() ? result : status_failed;
+    // The library may have printed; that this was lost is the lesser news.
+    return finish_standard_output() || result != status_done ? result : status_failed;
 }

@@ -100,6 +100,19 @@ class Failure(Configured):
         self.assertEqual(ran.status, 3)
         self.assertIn('the library gave 6 for the switch: limit up add vlan 1 rate 66', ran.err)
 
+    def test_a_limit_that_never_came_need_not_go(self):
+        ran = self.attempt(FULL + 'limit up add vlan 9 rate 1\n', f'{VLAN}#1=fail', f'{VLAN}#2=fail')
+        self.assertEqual(ran.changes, [f'{VLAN} 9 1 1 1 = 6', f'{VLAN} 9 1 0 1 = 6'])
+        self.says(ran, 1, f'{self.folder}/file:18: the library gave 6 for the switch: limit up add vlan 9 rate 1', BACK)
+
+    def test_hits_are_not_sent_back(self):
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8') + 'rule 9 action queue 1\n', '17#1=bytes:232:77', '13#2=fail')
+        sent = [sent for number, _, sent in ran.requests if number == 13]
+        # Rule 5 changed, rule 9 failed, rule 5 put back.
+        self.assertEqual([(record[2], record[20], record[232:]) for record in sent],
+                         [(5, 8, bytes(8)), (9, 0, bytes(8)), (5, 7, bytes(8))])
+        self.assertTrue(ran.err.endswith(f'kxqos-config: {BACK}\n'))
+
     def test_seen_to_be_otherwise(self):
         # Every request works, but the gateway then answers otherwise: the third walk of rules is the second reading's.
         ran = self.attempt('qos enable\n' + FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900')
