@@ -120,11 +120,13 @@ class Failure(Configured):
         self.same_as_before()
 
     def test_a_result_above_zero(self):
-        # The tool passes it on without a word for a rule; for limits it fails.
+        # The tool passes it on without a word for a rule; for a counter and for limits it fails.
         ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '13#1=result:5')
         self.says(ran, 0)
         ran = self.attempt(FULL, '13#1=result:5')
         self.says(ran, 0)
+        ran = self.attempt(FULL + 'counter 8 enable\n', '25#1=result:5')
+        self.says(ran, 1, f'{self.folder}/file:18: request 25 gave 5 (not an error number): counter 8 enable', BACK)
         ran = self.attempt(FULL.replace('rate 65', 'rate 66'), '19#2=result:5')
         self.says(ran, 1, f'{self.folder}/file:6: request 19 gave 5 (not an error number): limit up mode vlan', BACK)
         self.same_as_before()
