@@ -73,6 +73,11 @@ class Failure(Configured):
         self.says(ran, 1, f'{self.folder}/file: the library gave 6 for the switch: limit up delete vlan 3 rate 64',
                   BACK)
 
+        # A limit keeps its line when one before it is deleted again. Two go, then it comes.
+        ran = self.attempt('limit up mode vlan\nlimit up add vlan 7 rate 1\nlimit up add vlan 8 rate 2\n'
+                           'limit up delete vlan 7 rate 1\nqos enable\n', f'{VLAN}#3=fail')
+        self.says(ran, 1, f'{self.folder}/file:3: the library gave 6 for the switch: limit up add vlan 8 rate 2', BACK)
+
     def test_nothing_is_sent_behind_a_failure(self):
         ran = self.attempt('qos enable\nbucket 3 rate 100\nrule 1 action queue 1\nrule 2 action queue 2\n', '13#1=fail')
         # Counters are not named; then the rule that failed, and that it is not there. Nothing else.
