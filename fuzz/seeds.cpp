@@ -2,7 +2,8 @@
 //
 //   seeds FOLDER TRANSCRIPT...
 //
-// Leaves a folder of inputs for each harness in FOLDER. What a harness takes is told where it begins.
+// Leaves a folder of inputs for each harness in FOLDER, and one of words alone. What a harness takes is told where it
+// begins.
 #include "inputs.h"
 #include "text.h"
 #include "transcript.h"
@@ -25,6 +26,7 @@ struct Seeds {
     Inputs replies;
     Inputs parsers;
     Inputs roundtrip;
+    Inputs typed;   // the words alone, for a fuzzer of the whole tool
     Inputs records; // that are among the replies
 };
 
@@ -71,6 +73,7 @@ void add_words(const Step &step, Seeds &seeds)
 {
     for (const tail answers : {tail::zeros, tail::failure})
         add(byte(static_cast<size_t>(answers)) + ended(step.words), seeds.words);
+    add(ended(step.words), seeds.typed);
 }
 
 // A rule's words after its number and its profile, which the harness writes itself.
@@ -211,5 +214,6 @@ int main(int argc, char **argv)
     write(folder + "/replies", seeds.replies);
     write(folder + "/parsers", seeds.parsers);
     write(folder + "/roundtrip", seeds.roundtrip);
+    write(folder + "/typed", seeds.typed);
     return 0;
 }
