@@ -8,7 +8,6 @@
  *
  * It is also linked into the guest's transcript runner, without its main: there a start costs more than all it does.
  */
-#define _GNU_SOURCE
 #include "event.h"
 #include "gateway.h"
 

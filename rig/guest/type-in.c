@@ -7,7 +7,6 @@
  * type-in --at-once PROGRAM <COMMANDS: starts them all before it waits for any. What they print is not hidden; it does
  * not say which fail.
  */
-#define _GNU_SOURCE
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdbool.h>

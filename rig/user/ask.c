@@ -1,6 +1,5 @@
 /* ask SOCKET PROGRAM [WORD...]: has the program that rig/user/resident.c keeps at SOCKET run with these words, this
  * process's standard descriptors and its variables of the lab, and ends as it ended. */
-#define _GNU_SOURCE
 #include "job.h"
 
 #include <errno.h>

@@ -8,7 +8,6 @@
  * commands, a line each, that main is first given in this process, so that what they need is translated when it forks.
  * After each of them all memory is put back as it was: no forked process sees a trace of them.
  */
-#define _GNU_SOURCE
 #include "before_main.h"
 #include "job.h"
 
