@@ -1,7 +1,8 @@
 #!/bin/bash
-# Completion in bash, and in zsh where there is one: completion_test.sh
-# What is expected is written from the grammar of the commands.
+# Completion in bash, and in zsh where there is one: completion_test.sh CONFIG
+# What is expected is written from the grammar of the commands; CONFIG is kxqos-config, whose usage is compared.
 set -u
+config=$1
 here=$(cd "$(dirname "$0")" && pwd)
 completions=$(cd "$here/../../completions" && pwd)
 work=$(mktemp -d)
@@ -125,14 +126,68 @@ completes 'kxqosctl rule 5 match indev ' '\$\(touch\$\{IFS\}x\) \*'
 same 'evaluated' file "$(echo *)"
 eval "$(declare -f system_kxqosctl_interfaces | sed '1s/^system//')"
 
+# kxqos-config
+
+# shellcheck source=/dev/null
+. "$completions/kxqos-config.bash"
+# shellcheck disable=SC2154 # the completion sets it
+same 'kxqos-config: usage' "$("$config" --help | sed 's/^.*kxqos-config //')" "$_kxqos_config_usage"
+
+# completes_config LINE WORDS: the line as bash divides it when it has no quotes.
+completes_config() {
+    read -ra COMP_WORDS <<<"${1//=/ = }"
+    [[ $1 == *' ' ]] && COMP_WORDS+=('')
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    COMPREPLY=()
+    _kxqos_config_complete kxqos-config "${COMP_WORDS[COMP_CWORD]}"
+    same "$1" "$2" "${COMPREPLY[*]}"
+}
+
+rm -f file
+mkdir folder
+: >folder/new.conf
+: >'old one.conf'
+completes_config 'kxqos-config ' 'show save check diff apply run'
+completes_config 'kxqos-config s' 'show save'
+completes_config 'kxqos-config x' ''
+completes_config 'kxqos-config -' '--help --version'
+completes_config 'kxqos-config --help ' 'show save check diff apply run'
+completes_config 'kxqos-config show ' ''
+completes_config 'kxqos-config show -' --json
+completes_config 'kxqos-config show --json -' ''
+completes_config 'kxqos-config save -' '--lossy --wait'
+completes_config 'kxqos-config save --lossy --' --wait
+completes_config 'kxqos-config check -' ''
+completes_config 'kxqos-config check f' folder
+completes_config 'kxqos-config check folder/n' folder/new.conf
+completes_config 'kxqos-config check folder ' ''
+completes_config 'kxqos-config diff --w' --wait
+completes_config 'kxqos-config diff --wait ' ''
+completes_config 'kxqos-config diff --wait 5 --w' ''
+completes_config 'kxqos-config diff --wait=5 f' folder
+completes_config 'kxqos-config diff --wait=5 --w' ''
+completes_config 'kxqos-config --wait 5 apply -' '--keep-going --confirm'
+completes_config 'kxqos-config apply -' '--keep-going --confirm --wait'
+completes_config 'kxqos-config apply --keep-going -' --wait
+completes_config 'kxqos-config apply --confirm ' ''
+completes_config 'kxqos-config apply --confirm 60 -' --wait
+completes_config 'kxqos-config run folder/new.conf -' '--keep-going --wait'
+completes_config 'kxqos-config apply o' 'old one.conf'
+rm 'old one.conf'
+completes_config 'kxqos-config run ' folder
+rm -r folder
+
 # Typed at a prompt, with the key that completes. The files lie as they are installed.
 mkdir -p share/zsh/site-functions share/bash-completion/completions
-cp "$completions/_kxqosctl" share/zsh/site-functions
-cp "$completions/kxqosctl.bash" share/bash-completion/completions/kxqosctl
+for program in kxqosctl kxqos-config; do
+    cp "$completions/_$program" share/zsh/site-functions
+    cp "$completions/$program.bash" share/bash-completion/completions/$program
+done
 at_prompt() {
     "$here/at_prompt" "$@" <<<"$typed"
 }
-same 'bash, at a prompt' "$called" "$(at_prompt bash ". $work/share/bash-completion/completions/kxqosctl")"
+same 'bash, at a prompt' "$called" "$(at_prompt bash \
+    ". $work/share/bash-completion/completions/kxqosctl; . $work/share/bash-completion/completions/kxqos-config")"
 if command -v zsh >/dev/null; then
     same 'zsh, at a prompt' "$called" "$(at_prompt zsh "fpath=($work/share/zsh/site-functions \$fpath)")"
 else
