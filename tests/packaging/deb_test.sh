@@ -12,7 +12,7 @@ trap 'rm -rf "$work"' EXIT
 # The sources alone, in a folder of their own.
 copy_tree() {
     mkdir -p "$1"
-    (cd "$tree" && cp -r CMakeLists.txt cmake completions debian docs include lab packaging scripts src tools "$1")
+    (cd "$tree" && cp -r CMakeLists.txt cmake completions debian docs include lab packaging scripts src "$1")
 }
 
 said=$("$tree/packaging/build-deb" -aarm64 2>&1)
@@ -54,24 +54,26 @@ same 'lintian' "$missing" "$(grep -v -e '^[ION]: ' -e '^N:$' "$work/lintian")$(
     grep -e unused-override -e mismatched-override "$work/lintian")"
 same 'overrides' 2 "$(grep -c '^O: .*: no-copyright-file' "$work/lintian")"
 
-# Where /usr is merged, units are found in either folder.
+# Where /usr is merged, units and rules are found in either folder.
 root=$work/root
 for deb in *.deb; do
     dpkg-deb -x "$deb" "$root"
 done
 same 'the lab'\''s manual page' "$page" "$(cd "$root" && find ./usr/share/man -name 'kxqos-lab*')"
-same 'files' './usr/bin/kxqos-lab
-./usr/bin/kxqos-restore
-./usr/bin/kxqos-save
+same 'files' './usr/bin/kxqos-config
+./usr/bin/kxqos-lab
 ./usr/bin/kxqosctl
 ./usr/lib/kxqos-lab/libkx.so
 ./usr/lib/kxqos-lab/libkxqos-lab.so
 ./usr/lib/systemd/system/kxqos-save.service
 ./usr/lib/systemd/system/kxqos.service
+./usr/lib/sysusers.d/kxqos.conf
+./usr/lib/udev/rules.d/60-kxqos.rules
+./usr/share/bash-completion/completions/kxqos-config
 ./usr/share/bash-completion/completions/kxqosctl
-./usr/share/man/man8/kxqos-restore.8.gz
-./usr/share/man/man8/kxqos-save.8.gz
+./usr/share/man/man8/kxqos-config.8.gz
 ./usr/share/man/man8/kxqosctl.8.gz
+./usr/share/zsh/vendor-completions/_kxqos-config
 ./usr/share/zsh/vendor-completions/_kxqosctl' \
     "$(cd "$root" && find . ! -type d ! -path './usr/share/doc/*' ! -path './usr/share/lintian/*' \
         ! -name 'kxqos-lab.1*' |
@@ -83,23 +85,28 @@ needed() {
         readelf -V "$root/usr/$binary" | grep -o 'GLIBC_[0-9.]*'
     done | sed 's/.*_//' | sort -V | tail -n 1
 }
-same 'depends of kxqosctl' "libc6 (>= $(needed bin/kxqosctl))" "$(dpkg-deb -f "$tool" Depends)"
+# With what makes the group.
+same 'depends of kxqosctl' \
+    "systemd | systemd-standalone-sysusers | systemd-sysusers, libc6 (>= $(needed bin/kxqosctl bin/kxqos-config))" \
+    "$(dpkg-deb -f "$tool" Depends)"
 same 'depends of kxqos-lab' \
     "libc6 (>= $(needed bin/kxqos-lab lib/kxqos-lab/libkx.so lib/kxqos-lab/libkxqos-lab.so))" \
     "$(dpkg-deb -f "$lab" Depends)"
-for binary in bin/kxqosctl bin/kxqos-lab lib/kxqos-lab/libkx.so lib/kxqos-lab/libkxqos-lab.so; do
+for binary in bin/kxqosctl bin/kxqos-config bin/kxqos-lab lib/kxqos-lab/libkx.so lib/kxqos-lab/libkxqos-lab.so; do
     same "RUNPATH of $binary" '' "$(readelf -d "$root/usr/$binary" | grep -e RUNPATH -e RPATH)"
 done
 
-# The program is the release's: no flag of Debian's has come in.
+# The programs are the release's: no flag of Debian's has come in.
 {
     cmake -S "$tree" -B "$work/release" -DCMAKE_BUILD_TYPE=MinSizeRel -DKXQOS_TESTS=OFF &&
-        cmake --build "$work/release" --target kxqosctl
+        cmake --build "$work/release" --target kxqosctl kxqos-config
 } >"$work/log" 2>&1 || cat "$work/log"
-for section in .text .rodata .data; do
-    objcopy -O binary -j $section "$work/release/kxqosctl" "$work/built"
-    objcopy -O binary -j $section "$root/usr/bin/kxqosctl" "$work/packed"
-    cmp "$work/built" "$work/packed" || failures=$((failures + 1))
+for program in kxqosctl kxqos-config; do
+    for section in .text .rodata .data; do
+        objcopy -O binary -j $section "$work/release/$program" "$work/built"
+        objcopy -O binary -j $section "$root/usr/bin/$program" "$work/packed"
+        cmp "$work/built" "$work/packed" || failures=$((failures + 1))
+    done
 done
 
 [ $failures -eq 0 ] && echo 'the packages are the same twice, and right'

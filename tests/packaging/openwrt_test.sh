@@ -57,37 +57,60 @@ version=$(sed -n 's/^project(kxqosctl VERSION \([0-9.]*\).*/\1/p' "$tree/CMakeLi
 same 'what it says' "net|Network|Control of the QoS engine|@aarch64 +libkx|$version-1" "$(cat control)"
 same 'what is kept over an upgrade' /etc/kxqos.conf "$(cat conffiles)"
 same 'what is installed' './etc/init.d/kxqos
-./usr/bin/kxqos-restore
-./usr/bin/kxqos-save
+./usr/bin/kxqos-config
 ./usr/bin/kxqosctl' "$(cd ipkg && find . -type f | sort)"
-same 'machine' "$machine" "$(readelf -h ipkg/usr/bin/kxqosctl | sed -n 's/ *Machine: *//p')"
-same 'libraries' 'libc.so.6 libkx.so' \
-    "$(readelf -d ipkg/usr/bin/kxqosctl | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | paste -sd ' ' -)"
-same 'RUNPATH' '' "$(readelf -d ipkg/usr/bin/kxqosctl | grep -e RUNPATH -e RPATH)"
-
-# The init script: what would be done.
-for function in procd_open_instance procd_set_param procd_close_instance kxqos-save kxqos-restore; do
-    mkdir -p bin
-    printf '#!/bin/sh\necho "%s $*" >>%s/calls\n' $function "$work" >bin/$function
-    chmod +x bin/$function
+for program in kxqosctl kxqos-config; do
+    binary=ipkg/usr/bin/$program
+    same "machine of $program" "$machine" "$(readelf -h $binary | sed -n 's/ *Machine: *//p')"
+    same "libraries of $program" 'libc.so.6 libkx.so' \
+        "$(readelf -d $binary | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | paste -sd ' ' -)"
+    same "RUNPATH of $program" '' "$(readelf -d $binary | grep -e RUNPATH -e RPATH)"
 done
+
+# The init script: what is done, in its order. kxqos-config takes a while, so that it would be missed if nobody waited for
+# it; it says what is in "says", if there is one, and ends with the status in "status".
+mkdir bin
+for function in procd_open_instance procd_set_param procd_close_instance; do
+    printf '#!/bin/sh\necho "%s $*" >>%s/calls\n' $function "$work" >bin/$function
+done
+cat >bin/kxqos-config <<END
+#!/bin/sh
+sleep 0.2
+echo "kxqos-config \$*" >>$work/calls
+cat $work/says >&2
+exit "\$(cat $work/status)"
+END
+cat >bin/logger <<END
+#!/bin/sh
+sed "s/^/logger \$*: /" >>$work/calls
+END
+chmod +x bin/*
 PATH=$work/bin:$PATH
+# calls STATUS FILE FUNCTION
 calls() {
     : >calls
     # shellcheck disable=SC2016 # for the inner shell
-    busybox sh -uc '. "$0"; configuration=$1; "$2"' ipkg/etc/init.d/kxqos "$@"
-    same "$2: status" 0 $?
+    busybox sh -uc '. "$0"; configuration=$1; "$2"' ipkg/etc/init.d/kxqos "$2" "$3" >said 2>&1
+    same "$3: status" "$1" $?
+    same "$3: said" '' "$(cat said)"
     cat calls
 }
 : >kxqos.conf
+: >says
+echo 0 >status
 same 'first line' '#!/bin/sh /etc/rc.common' "$(head -n 1 ipkg/etc/init.d/kxqos)"
-same 'start' 'procd_open_instance 
-procd_set_param command kxqos-restore kxqos.conf
-procd_set_param stderr 1
-procd_close_instance ' "$(calls kxqos.conf start_service)"
-same 'start without a file' '' "$(calls none.conf start_service)"
-same 'reload' 'kxqos-restore --clear kxqos.conf' "$(calls kxqos.conf reload_service)"
-same 'save' 'kxqos-save kxqos.conf' "$(calls kxqos.conf save)"
+same 'start' 'kxqos-config apply --keep-going kxqos.conf' "$(calls 0 kxqos.conf start_service)"
+same 'start without a file' '' "$(calls 0 none.conf start_service)"
+same 'reload' 'kxqos-config apply kxqos.conf' "$(calls 0 kxqos.conf reload_service)"
+same 'reload without a file' '' "$(calls 0 none.conf reload_service)"
+same 'save' 'kxqos-config save kxqos.conf' "$(calls 0 kxqos.conf save)"
+printf '%s\n' 'kxqos-config: kxqos.conf:1: no \n such thing: -x' 'kxqos-config: nothing was changed' >says
+echo 2 >status
+for how in 'start_service: --keep-going' reload_service:; do
+    same "$how that fails" "kxqos-config apply${how#*:} kxqos.conf
+logger -t kxqos: kxqos-config: kxqos.conf:1: no \\n such thing: -x
+logger -t kxqos: kxqos-config: nothing was changed" "$(calls 2 kxqos.conf "${how%%:*}")"
+done
 # shellcheck disable=SC2016 # for the inner shell
 same 'for rc.common' '19 1 save /etc/kxqos.conf' \
     "$(busybox sh -uc '. "$0"; echo "$START $USE_PROCD $EXTRA_COMMANDS $configuration"' ipkg/etc/init.d/kxqos)"
