@@ -101,18 +101,17 @@ static bool holds(const configuration &target)
     return say_differences(seen, target, wanted_names) == 0 && whole;
 }
 
-// Installing a limit that is there already, or removing one that is not, does no harm; so only what would be missing
-// or left in the switch counts as a failure there, which cannot be read. All else is seen by reading.
+// Installing a limit that is there already, or removing one that is not, does no harm. What is in the switch cannot be
+// read, so whatever fails there counts, even where the call that is undone failed itself: it may have been carried out
+// all the same. All else is seen by reading.
 static bool undo_all(const attempt &attempt)
 {
     bool undone = true;
     for (int i = attempt.made - 1; i >= 0; i--) {
         const change &change = changes.changes[i];
         const char *failure = undo_change(change, attempt.between);
-        if (failure == nullptr)
-            continue;
-        const bool last = i == attempt.made - 1 && attempt.failed;
-        if (change.kind == change_kind::limit_remove || (change.kind == change_kind::limit_install && !last)) {
+        if (failure != nullptr &&
+            (change.kind == change_kind::limit_remove || change.kind == change_kind::limit_install)) {
             say_failed(change, failure);
             undone = false;
         }
