@@ -61,7 +61,10 @@ static words_t all_words()
 int main(int count, char **arguments)
 {
     FILE *file = count == 2 ? fopen(arguments[1], "w") : nullptr;
-    check(file != nullptr, "dictionary FILE");
+    if (file == nullptr) {
+        fputs("usage: dictionary FILE\n", stderr);
+        return 2;
+    }
     for (const std::string &word : all_words())
         fprintf(file, "\"%s\\x00\"\n", word.c_str());
     for (const char *value : {"queue\\x003\\x00", "!", "~", "/", "0x", "00:11:22:33:44:55", "10.0.0.1", "255.255.255.0",

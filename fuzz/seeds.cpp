@@ -129,8 +129,9 @@ void add_records(const Transcript &transcript, Seeds &seeds)
             const std::string command = step.words[0].substr(0, 2);
             if (record.empty() || !seeds.records.insert(command + record).second)
                 continue;
-            std::string &walk = walks[{command, record.size()}];
-            if (walk.size() + record.size() > longest - 10) {
+            const size_t size = record.size();
+            std::string &walk = walks[{command, size}];
+            if (walk.size() + size > longest - 10) {
                 add_answers(walk, command, seeds);
                 walk.clear();
             }

@@ -112,7 +112,7 @@ enum kxqos_match {
 #undef KXQOS_NUMBER
 };
 
-#define KXQOS_PLUS_FIELD(name, number, word) +1
+#define KXQOS_PLUS_FIELD(name, number, word) +1 /* NOLINT(bugprone-macro-parentheses) */
 static_assert(KXQOS_MATCH_MAX == 0 KXQOS_MATCHES(KXQOS_PLUS_FIELD), "KXQOS_MATCHES has a gap");
 #undef KXQOS_PLUS_FIELD
 
@@ -156,7 +156,7 @@ enum kxqos_profile {
 
 /* For KXQOS_PROFILES: the highest rule numbers as the rows of an array, or added up. */
 #define KXQOS_HIGHEST_RULE(name, word, rules) (rules),
-#define KXQOS_PLUS_RULES(name, word, rules) +(rules)
+#define KXQOS_PLUS_RULES(name, word, rules) +(rules) /* NOLINT(bugprone-macro-parentheses) */
 
 enum { KXQOS_ALL_RULES = 0 KXQOS_PROFILES(KXQOS_PLUS_RULES) /* of all profiles together */ };
 

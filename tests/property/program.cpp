@@ -41,7 +41,8 @@ Program load_program(const char *name)
     char own[4096] = "";
     const ssize_t length = readlink("/proc/self/exe", own, sizeof own - 1);
     std::string path(own, length < 0 ? 0 : static_cast<size_t>(length));
-    path = path.substr(0, path.rfind('/') + 1) + name;
+    path.resize(path.rfind('/') + 1);
+    path += name;
     void *module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     Program program = {};
     if (module != nullptr)

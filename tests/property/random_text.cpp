@@ -228,7 +228,8 @@ static void add_rule(Setup *setup, Random *random)
 {
     const auto profile = static_cast<int>(random->upTo(4));
     const auto most = static_cast<uint64_t>(random->once(3) ? rule_counts[profile] : 6);
-    setup->rules[{profile, static_cast<int>(1 + random->upTo(most - 1))}] = random_rule(random);
+    const auto rule = static_cast<int>(1 + random->upTo(most - 1));
+    setup->rules[{profile, rule}] = random_rule(random);
 }
 
 static uint32_t random_rate(Random *random)
