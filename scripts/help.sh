@@ -35,6 +35,11 @@ take_build() {
     [ -f "$1/compile_commands.json" ] || refuse "$1 is not the folder of a build"
 }
 
+# take_tree FOLDER: for a script that reads the whole tree.
+take_tree() {
+    [ -f "$1/CMakeLists.txt" ] || refuse "not the tree: $1"
+}
+
 # need PURPOSES PROGRAM...: PURPOSES are words of scripts/setup, which installs the programs.
 need() {
     purposes=$1

@@ -1,7 +1,11 @@
 #!/bin/sh
 # The Debian packages: built twice from scratch, the same bytes; lintian finds nothing; what is in them. They are left in
 # a folder for those who want to install them: deb_test.sh FOLDER
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 packages=$1

@@ -1,6 +1,11 @@
 #!/bin/sh
 # cmake --install of a build, below DESTDIR and with another prefix: install_test.sh BUILD
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
+take_build "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 build=$1

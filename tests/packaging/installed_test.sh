@@ -3,8 +3,13 @@
 #
 # The system is this one, seen through an overlay: what is changed is kept in memory, and forgotten. That needs root's
 # rights; without them, or where nothing may be mounted, the status is 77.
+# Needs scripts/setup test.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=scripts/help.sh
+. "$here/../../scripts/help.sh"
+take_words 1 2 "$@"
+[ -d "$1" ] || refuse "not a folder: $1"
 # shellcheck source=tests/same.sh
 . "$here/../same.sh"
 # shellcheck source=tests/tools/typed.sh

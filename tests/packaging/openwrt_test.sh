@@ -1,8 +1,12 @@
 #!/bin/sh
 # The recipe for OpenWrt, as far as it can be checked without its build system: a stub of what the recipe includes runs
 # its steps, with the cross compiler where there is one. And the init script, with rc.common's part played.
+# Needs scripts/setup test.
 # shellcheck disable=SC2317 # the functions are called by the init script
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 0 0 "$@"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 tree=$(cd "$(dirname "$0")/../.." && pwd)

@@ -1,7 +1,11 @@
 #!/bin/sh
 # The library prints to the same standard output as the tool. What the two print stands in the order in which they
 # printed it, also in a file, where nothing is written before the buffer is full.
+# Needs scripts/setup test.
 set -eu
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 0 0 "$@"
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

@@ -2,7 +2,12 @@
 # What scripts/elsewhere is told: it refuses what it does not know before it does anything. And with everything it calls
 # played by others: whatever way it ends, the system that it made is gone, and so is all that ran in it.
 # usage: elsewhere_test.sh TREE
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
+take_tree "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 work=$(mktemp -d)

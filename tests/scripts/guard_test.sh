@@ -1,7 +1,12 @@
 #!/bin/sh
 # With a compiler for which nothing was recorded bench/guard says so, and still compares what holds with every compiler:
 # guard_test.sh TREE TOOL LAB
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 3 3 "$@"
+take_tree "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 work=$(mktemp -d)

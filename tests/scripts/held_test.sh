@@ -1,6 +1,11 @@
 #!/bin/sh
 # Linters of other versions than the tree is held to: their checks say so, and neither pass nor fail. held_test.sh TREE
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
+take_tree "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 cd "$1" || exit

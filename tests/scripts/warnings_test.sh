@@ -1,6 +1,11 @@
 #!/bin/sh
 # A compiler that warns of something new stops the developers' presets and nobody else's build: warnings_test.sh TREE
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
+take_tree "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 work=$(mktemp -d)

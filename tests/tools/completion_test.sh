@@ -1,9 +1,14 @@
 #!/bin/bash
 # Completion in bash, and in zsh where there is one: completion_test.sh CONFIG
 # What is expected is written from the grammar of the commands; CONFIG is kxqos-config, whose usage is compared.
+# Needs scripts/setup test.
 set -u
-config=$1
 here=$(cd "$(dirname "$0")" && pwd)
+# shellcheck source=scripts/help.sh
+. "$here/../../scripts/help.sh"
+take_words 1 1 "$@"
+[ -x "$1" ] || refuse "no such program: $1"
+config=$1
 completions=$(cd "$here/../../completions" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
