@@ -3,29 +3,13 @@
  * front of the C library anyway: nothing is preloaded, and no library more is loaded than on a gateway.
  *
  * RULES is the share of a full gateway that is configured: 0 nothing, 1 half of the rules, 2 everything. */
+#include "kernel.h"
 #include "kxqos.h"
 
 #include <stdarg.h>
 #include <stdbool.h>
-#include <sys/syscall.h>
-
-#define EXPORTED __attribute__((visibility("default")))
 
 static const uint16_t rules_of[KXQOS_PROFILE_MAX] = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
-
-/* A real one of the kernel, so that strace sees what it would see on a gateway. Not the C library's, whose look-up
- * would be counted. */
-static long kernel(long number, long a, long b, long c, long d)
-{
-    long result;
-    register long fourth __asm__("r10") = d;
-
-    __asm__ volatile("syscall"
-                     : "=a"(result)
-                     : "a"(number), "D"(a), "S"(b), "d"(c), "r"(fourth)
-                     : "rcx", "r11", "memory");
-    return result;
-}
 
 static void zero(void *record, size_t size)
 {

@@ -7,7 +7,8 @@ import subprocess
 
 BENCH = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(BENCH)
-EMPTY, HALF, FULL = 'empty', 'half', 'full'  # gateways
+EMPTY, HALF, FULL = 'empty', 'half', 'full'  # gateways that are computed
+STORING = 'storing'  # the one that keeps what is set
 LIBRARY = './kx1.so'  # as long as libkx.so
 
 ADD = 'rule 5 profile qos match dmac 00:11:22:33:44:55 action queue 3'
@@ -59,6 +60,13 @@ def prepare(tool, place):
             # As the tool is compiled; each call of printf stays one.
             output('gcc', '-Os', '-fno-builtin-printf', '-fno-asynchronous-unwind-tables', *flags,
                    f'{BENCH}/{floor}.c', f'{folder}/{LIBRARY}', '-o', f'{folder}/{floor}')
+    folder = f'{place}/{STORING}'
+    os.makedirs(folder, exist_ok=True)
+    output('objcopy', '--weaken', f'{place}/libkx.o', f'{place}/libkx-weak.o')
+    output(*shared, '-shared', '-fvisibility=hidden', f'-Wl,-soname,{LIBRARY}', f'{place}/libkx-weak.o', *lab,
+           f'{BENCH}/storing.c', '-o', f'{folder}/{LIBRARY}')
+    for program in (tool, os.path.join(os.path.dirname(tool), 'kxqos-config')):
+        copy_tool(program, f'{folder}/{os.path.basename(program)}')
 
 
 def command(place, gateway, words):
