@@ -12,7 +12,7 @@ _kxqosctl_interfaces() {
     printf '%s\n' "${interfaces[@]##*/}"
 }
 
-# The words behind "action".
+# The words after "action".
 _kxqosctl_actions() {
     while [ $# -gt 1 ]; do
         case $1 in
@@ -30,7 +30,7 @@ _kxqosctl_actions() {
     [ "$_kxqosctl_egress" = yes ] || echo dbgon
 }
 
-# The words behind "match": pairs of a keyword and a value, then "action".
+# The words after "match": pairs of a keyword and a value, then "action".
 _kxqosctl_matches() {
     local first=yes
     while [ $# -gt 2 ]; do
@@ -56,7 +56,7 @@ _kxqosctl_matches() {
     [ $first = yes ] || echo action
 }
 
-# The words behind "rule".
+# The words after "rule".
 _kxqosctl_rule() {
     shift # the number
     case $#:${1-} in
@@ -96,7 +96,7 @@ _kxqosctl_test() {
     esac
 }
 
-# The words behind "kxqosctl".
+# The words after "kxqosctl".
 _kxqosctl_words() {
     local _kxqosctl_egress=no command=$1
     shift

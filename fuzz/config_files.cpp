@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string file = file_of(data, size);
     const ran checked = run_config({"check", "-"}, file);
     check(found.requests == 0 && checked.output.empty(), "a check asks the gateway, or prints");
-    check(checked.status == 0 || checked.status == 2, "the status is none of a check");
+    check(checked.status == 0 || checked.status == 2, "not a status of check");
     model_init(&found.module);
     const ran applied = run_config({"apply", "-"}, file);
     check(applied.status == checked.status, "apply takes a file otherwise than check");

@@ -117,7 +117,7 @@ int config_ioctl(int /*fd*/, unsigned long request, ...)
 
 static libkx_retCode_t take_limit(uint32_t direction, uint32_t enable)
 {
-    check(direction <= 1 && enable <= 1, "the library is called with what is none");
+    check(direction <= 1 && enable <= 1, "the library is called with invalid arguments");
     return LIBKX_RET_OK;
 }
 
@@ -190,6 +190,6 @@ ran run_config(const std::vector<std::string> &words, std::string_view input)
     fflush(stderr);
     stdout = own[0];
     stderr = own[1];
-    check(status >= 0 && status <= 3, "the status is none");
+    check(status >= 0 && status <= 3, "not a status of the program");
     return {status, output, errors};
 }

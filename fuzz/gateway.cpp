@@ -166,7 +166,7 @@ static void check_name(const char (&name)[KXQOS_DEVICE_NAME_SIZE])
     const size_t length = strnlen(name, sizeof name);
     check(length < sizeof name, "a device name without its terminator is sent");
     for (size_t i = length; i < sizeof name; i++)
-        check(name[i] == '\0', "something behind a device name is sent");
+        check(name[i] == '\0', "something after a device name is sent");
 }
 
 // The value and the mask of a field that has its storage for itself.
@@ -183,24 +183,24 @@ static void check_value(const kxqos_rule_t &rule, int field)
         const uint32_t number = number_at(rule, row.offset, size);
         const uint32_t other = number_at(rule, row.offset + mask_distance, size);
         check(number <= row.maximum, "a number beyond its maximum is sent");
-        check(!range || (number <= other && other <= row.maximum), "a range that is none is sent");
+        check(!range || (number <= other && other <= row.maximum), "an invalid range is sent");
         check(range || field == KXQOS_MATCH_IPPROTO_BITS || other <= 0xFFFF, "a mask beyond its maximum is sent");
     } else if (!range) {
         for (size_t i = 0; i < size; i++)
             check((value[i] & ~mask[i]) == 0, "bits of an address outside its mask are sent");
     } else if (size == 4) {
         check(number_at(rule, row.offset, 4) <= number_at(rule, row.offset + mask_distance, 4),
-              "an IPv4 range is none");
+              "an invalid IPv4 range is sent");
     } else if (size == 16) {
-        check(memcmp(value, mask, 14) == 0 && memcmp(value + 14, mask + 14, 2) <= 0, "an IPv6 range is none");
+        check(memcmp(value, mask, 14) == 0 && memcmp(value + 14, mask + 14, 2) <= 0, "an invalid IPv6 range is sent");
     }
 }
 
 static void check_ids(const kxqos_rule_t &rule)
 {
     static constexpr uint16_t highest[] = {KXQOS_PROFILES(KXQOS_HIGHEST_RULE)};
-    check(rule.table_id < KXQOS_PROFILE_MAX, "a profile that is none is sent");
-    check(rule.rule_id >= 1 && rule.rule_id <= 4096, "a rule id that is none is sent");
+    check(rule.table_id < KXQOS_PROFILE_MAX, "an invalid profile is sent");
+    check(rule.rule_id >= 1 && rule.rule_id <= 4096, "an invalid rule id is sent");
     // Profile 0 cannot be given by number, and so cannot be beyond its limit.
     check(rule.table_id != 0 || rule.rule_id <= highest[0], "a rule id beyond the limit of its profile is sent");
 }
@@ -305,27 +305,27 @@ static bool check_limit_set(const kxqos_rl_ioctl_t &half)
 {
     check(halvesRead == 2, "a database is written that was not read");
     check(half.secondPart == halvesWritten, "the halves are written out of order, or after a failure");
-    check(half.upDir <= 1, "a direction that is none is sent");
+    check(half.upDir <= 1, "an invalid direction is sent");
     check(half.reserved == 0, "reserved bytes are sent");
-    check(half.mode < RATELIMIT_MODE_MAX || half.mode == readHalves[0].mode, "a mode that is none is sent");
+    check(half.mode < RATELIMIT_MODE_MAX || half.mode == readHalves[0].mode, "an invalid mode is sent");
     const kxqos_rl_ioctl_t &read = readHalves[half.secondPart];
     return half.mode == readHalves[0].mode && memcmp(half.ipRule, read.ipRule, sizeof half.ipRule) == 0 &&
            memcmp(half.vlanRule, read.vlanRule, sizeof half.vlanRule) == 0 &&
            memcmp(half.portRule, read.portRule, sizeof half.portRule) == 0;
 }
 
-// The door to the kernel
+// The seam to the kernel
 
 static uint32_t debugFlags;
 static bool debugRead;
 
 static void check_bucket(const kxqos_rate_bucket_t &bucket, bool rated)
 {
-    check(bucket.bucketID >= 1 && bucket.bucketID <= KXQOS_BUCKET_LAST, "a bucket that is none is sent");
+    check(bucket.bucketID >= 1 && bucket.bucketID <= KXQOS_BUCKET_LAST, "an invalid bucket is sent");
     check(bucket.hwBucketID == 0 && bucket.tocken == 0, "the module's part of a bucket is sent");
     check(rated || bucket.rateLimit == 0, "a rate is sent that nobody asked for");
     check(bucket.rateLimit % KXQOS_RATE_UNITS == 0 && bucket.rateLimit / KXQOS_RATE_UNITS <= KXQOS_RATE_LAST,
-          "a rate that is none is sent");
+          "an invalid rate is sent");
 }
 
 static void check_counter(const kxqos_counter_info_s &info)
@@ -333,7 +333,7 @@ static void check_counter(const kxqos_counter_info_s &info)
     kxqos_counter_info_s expected;
     memset(&expected, 0, sizeof expected);
     expected.counterID = info.counterID;
-    check(info.counterID >= 1 && info.counterID <= KXQOS_COUNTER_LAST, "a counter that is none is sent");
+    check(info.counterID >= 1 && info.counterID <= KXQOS_COUNTER_LAST, "an invalid counter is sent");
     check(memcmp(&info, &expected, sizeof info) == 0, "more than the number of a counter is sent");
 }
 
@@ -374,7 +374,7 @@ static void check_rule_request(uint32_t nr, const kxqos_rule_t &rule)
         gateway.ruleAdded = true;
         gateway.rule = rule;
     } else if (nr == KXQOS_RULE_RESET) {
-        check(rule.table_id < KXQOS_PROFILE_MAX, "a profile that is none is reset");
+        check(rule.table_id < KXQOS_PROFILE_MAX, "an invalid profile is reset");
         check(rule.rule_id == 0, "a rule id is sent with a reset");
         check_only_ids(rule);
     } else {
@@ -462,7 +462,7 @@ int kxqosctl_ioctl(uint32_t cmd, void *payload)
     return result;
 }
 
-// The door to the library
+// The library
 
 template <typename... Outputs> static libkx_retCode_t call(Outputs *...outputs)
 {
@@ -480,7 +480,7 @@ template <typename... Outputs> static libkx_retCode_t call(Outputs *...outputs)
 
 static void check_switch(uint32_t direction, uint32_t enable)
 {
-    check(direction <= 1 && enable <= 1, "a direction or a state that is none is sent to the switch");
+    check(direction <= 1 && enable <= 1, "an invalid direction or state is sent to the switch");
 }
 
 static void check_id(int id)
@@ -528,21 +528,21 @@ libkx_retCode_t libkx_qos_OSGI_getCounterByFlow(int flow, int counter, uint64_t 
                                                 uint32_t *upSpeed, uint64_t *downPkts, uint64_t *downBytes,
                                                 uint32_t *downSpeed)
 {
-    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "a flow that is none is sent");
+    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "an invalid flow is sent");
     check_id(counter);
     return call(upPkts, upBytes, upSpeed, downPkts, downBytes, downSpeed);
 }
 
 libkx_retCode_t libkx_qos_OSGI_clearCounterByFlow(int flow, int counter)
 {
-    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "a flow that is none is sent");
+    check(flow >= 0 && flow <= LIBKX_FLOW_LAST, "an invalid flow is sent");
     check_id(counter);
     return call();
 }
 
 static void check_host(int host)
 {
-    check(host >= 1 && host <= LIBKX_HOST_LAST, "a host that is none is sent");
+    check(host >= 1 && host <= LIBKX_HOST_LAST, "an invalid host is sent");
 }
 
 libkx_retCode_t libkx_qos_hostEntryAdd(int host, const unsigned char *mac, int statsEnable, uint32_t upLimit,

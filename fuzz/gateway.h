@@ -28,7 +28,7 @@ struct gateway_t {
 
 extern gateway_t gateway;
 
-// Runs the tool with these words behind its name, on a gateway that answers so, and returns its result. A walk that
+// Runs the tool with these words after its name, on a gateway that answers so, and returns its result. A walk that
 // never ends is cut off after 300 steps (the real end of it is tested from outside): then walkCut is set.
 int run_tool(const std::vector<std::string> &words, const bytes &answers, tail after, bool blur = false);
 extern bool walkCut;

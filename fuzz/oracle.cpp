@@ -10,7 +10,7 @@ namespace oracle {
 
 std::string printed;
 
-// By the names that have no binary numbers: newer headers put others behind strtoul and strtoull.
+// By the names that have no binary numbers: newer headers put others in the place of strtoul and strtoull.
 extern "C" unsigned long plain_strtoul(const char *text, char **stop, int base) noexcept __asm__("strtoul");
 extern "C" unsigned long long plain_strtoull(const char *text, char **stop, int base) noexcept __asm__("strtoull");
 
@@ -30,7 +30,7 @@ struct copy_of {
     copy_of &operator=(const copy_of &) = delete;
 };
 
-// Cuts the text at the mark and returns what stands behind it, or null.
+// Cuts the text at the mark and returns what stands after it, or null.
 static char *cut_at(char *mark)
 {
     if (mark == nullptr)
@@ -83,26 +83,26 @@ int parse_u32_with_range(const char *word, uint32_t *begin, uint32_t *end, int m
     if (word == nullptr)
         return -1;
     const copy_of copy(word, inverse);
-    if (const char *behind = cut_at(strchr(copy.text, '~'))) {
+    if (const char *after = cut_at(strchr(copy.text, '~'))) {
         if (strlen(copy.text) == 0)
             *begin = 0;
         else if (parse_u32(copy.text, begin, 0, max) == -1)
             return -1;
-        if (strlen(behind) == 0)
+        if (strlen(after) == 0)
             *end = static_cast<uint32_t>(max);
-        else if (parse_u32(behind, end, 0, max) == -1)
+        else if (parse_u32(after, end, 0, max) == -1)
             return -1;
         if (*end < *begin)
             return -1;
         *range = 1;
         return 0;
     }
-    if (const char *behind = cut_at(strchr(copy.text, '/'))) {
-        if (strlen(copy.text) == 0 || strlen(behind) == 0) {
+    if (const char *after = cut_at(strchr(copy.text, '/'))) {
+        if (strlen(copy.text) == 0 || strlen(after) == 0) {
             printed += "Err: parameter format error, required value/mask input \n";
             return -1;
         }
-        if (parse_u32(copy.text, begin, 0, max) == -1 || parse_u32(behind, end, 0, 65535) == -1)
+        if (parse_u32(copy.text, begin, 0, max) == -1 || parse_u32(after, end, 0, 65535) == -1)
             return -1;
         *range = 0;
         return 0;

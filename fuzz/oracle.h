@@ -29,7 +29,7 @@ std::string ip2str(uint32_t address);
 std::string ip62str(const in6_addr &address);
 int ip6mask2cidr(const in6_addr &mask);
 std::string ip6mask2str(const in6_addr &mask);
-// Bits of 4 bytes: the index behind the next one from start on, or 0.
+// Bits of 4 bytes: the index after the next one from start on, or 0.
 int next_bit(const uint8_t *bitmap, int start);
 
 } // namespace oracle

@@ -120,7 +120,7 @@ static void ipv6_mask_word()
     check(same(&seen, &expected, sizeof seen), "an IPv6 mask");
 }
 
-// Formatters: all of the buffer is cleared, and nothing behind it is touched.
+// Formatters: all of the buffer is cleared, and nothing after it is touched.
 template <typename Format> static void formatted(Format format, const std::string &expected)
 {
     char *buffer = static_cast<char *>(malloc(address_text_size));
@@ -132,7 +132,7 @@ template <typename Format> static void formatted(Format format, const std::strin
     free(buffer);
 }
 
-// The raw bytes, with zeros behind.
+// The raw bytes, followed by zeros.
 template <typename Value> static Value raw()
 {
     Value value;

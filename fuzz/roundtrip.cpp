@@ -1,5 +1,5 @@
 // Round trip: a rule that is accepted, dumped, and its dump line typed in again, dumps the same.
-// Input: one byte for the profile, one for the rule, then the words behind, each ended by a NUL.
+// Input: one byte for the profile, one for the rule, then the words after, each ended by a NUL.
 #include "gateway.h"
 #include "profiles.h"
 

@@ -31,7 +31,7 @@ static void print_switch(const char *keyword, bool enabled)
     print("%s %s\n", keyword, enabled ? "enable" : "disable");
 }
 
-// A limit that is added goes behind all others. So of the former limits those stay that, in their order, are the first
+// A limit that is added goes after all others. So of the former limits those stay that, in their order, are the first
 // of the new ones, with their new rates; the others are deleted, and what is missing then is added.
 static void print_table(const limit_table &from, const limit_table &to)
 {

@@ -7,7 +7,7 @@
 // Says each thing that the gateway was seen to hold where the target has another or none, or to lack. Returns how many.
 int say_differences(const configuration &seen, const configuration &target, const names &names);
 
-// Says the lines that were printed, each behind "prefix: what is wrong: ".
+// Says the lines that were printed, each after "prefix: what is wrong: ".
 void say_printed(const char *prefix, const char *wrong);
 
 #endif

@@ -38,10 +38,10 @@ struct position {
     uint32_t number; // of the line last read
 };
 
-// The next line that is neither blank nor a comment. Returns false behind the last.
+// The next line that is neither blank nor a comment. Returns false after the last.
 bool next_line(const file &file, position *position, line *line);
 
-// Divides the line at text, which has size characters and something to overwrite behind them: each word is terminated
+// Divides the line at text, which has size characters and something to overwrite after them: each word is terminated
 // where it stands. A line that was divided can be divided again.
 void divide_line(char *text, uint32_t size, line *line);
 

@@ -39,7 +39,7 @@ int find_limit(const limit_table &table, const char *limit);
 bool same_key(const limit_table &table, const char *a, const char *b);
 bool equal_tables(const limit_table &a, const limit_table &b);
 
-// Mode and tables, entry by entry, in order. What stands behind the first free entry of a table does not count.
+// Mode and tables, entry by entry, in order. What stands after the first free entry of a table does not count.
 bool equal_databases(const kxqos_rl_t &a, const kxqos_rl_t &b);
 
 // Installs (enable 1) or removes (enable 0) the limit in the switch. Returns 0, or what the library gave.

@@ -2,7 +2,7 @@
 // the gateway is kept to be looked at.
 //
 // A command about limits reads a database, changes its copy and writes it back. The recorder answers with one whose
-// mode is none that a word names and whose tables are empty. So a change of mode is always written; an added limit
+// mode no word names, and whose tables are empty. So a change of mode is always written; an added limit
 // stands alone in what is written; and no limit is ever in force, so that nothing goes to the switch.
 #ifndef KXQOS_CONFIG_RECORDER_H
 #define KXQOS_CONFIG_RECORDER_H

@@ -187,7 +187,7 @@ static const char *take_recorded(const line &line, configuration *wanted, names 
     }
 }
 
-// These commands look at the words they know and at no others behind them.
+// These commands look at the words they know and at no others after them.
 static bool may_ignore_words(kxqos_request request)
 {
     return request == KXQOS_BUCKET_SET || request == KXQOS_RATE_LIMIT_SET || request == KXQOS_DEBUG_SET;
@@ -225,7 +225,7 @@ const char *replay_line(const line &line, configuration *wanted, names *names)
     return take_recorded(line, wanted, names);
 }
 
-// The six lines of "!" divide a file into what stands before, five parts, and what stands behind.
+// The six lines of "!" divide a file into what stands before, five parts, and what stands after.
 static constexpr int marks = 6;
 
 static int part_of(kxqos_request request)
@@ -266,7 +266,7 @@ static const char *check_part(place where, reading *reading)
     if (part >= 0 && reading->marks == 0 && reading->first.number == 0)
         reading->first = where;
     if (part >= 0 && reading->marks != 0 && reading->marks != part)
-        return "stands behind the wrong line of \"!\"";
+        return "stands after the wrong line of \"!\"";
     return nullptr;
 }
 

@@ -154,7 +154,7 @@ limit down add port 3 rate 10 \n!
         for rate in 65, 100, 127, 128:
             self.assertEqual(self.applied(f'bucket 3 rate {rate}\nrule 5 match sip 10.0.0.1 action queue 1\n'), [])
         self.assertEqual(self.applied('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'), [8])
-        # Hits; an action that only the module sets; a field that is not selected; what is behind an IPv4 address; a
+        # Hits; an action that only the module sets; a field that is not selected; what is after an IPv4 address; a
         # number of a bucket without its action; bits that are no field.
         for offset, text in ((232, '7700'), (225, '01'), (224, '81'), (16, '0700'), (32, 'ff'), (220, '09'),
                              (215, '40')):

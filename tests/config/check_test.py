@@ -106,9 +106,9 @@ class Check(GatewayTest):
         self.refused(DUMP + '!\n', '/file:14: more than six lines of "!": !')
         self.refused('qos enable\n' + NOTHING.replace('qos disable\n', ''),
                      '/file:1: stands before the first line of "!": qos enable')
-        self.refused(DUMP + 'bucket 4 rate 64\n', '/file:14: stands behind the wrong line of "!": bucket 4 rate 64')
+        self.refused(DUMP + 'bucket 4 rate 64\n', '/file:14: stands after the wrong line of "!": bucket 4 rate 64')
         self.refused(DUMP.replace('qos enable\n!\n', '!\nqos enable\n'),
-                     '/file:3: stands behind the wrong line of "!": qos enable')
+                     '/file:3: stands after the wrong line of "!": qos enable')
 
     def test_every_cut(self):
         for size in range(len(DUMP)):

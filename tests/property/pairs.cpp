@@ -459,7 +459,7 @@ static void check_three_ends(const Known &known, const std::vector<Strike> &stri
     else if (ran.status == 0)
         require(held_by_world() == known.wanted, "not what was wanted" + told(strikes) + told(ran));
     else
-        require(ran.status == 3, "the status is none of an apply" + told(strikes) + told(ran));
+        require(ran.status == 3, "not a status of apply" + told(strikes) + told(ran));
 }
 
 static size_t failures;

@@ -23,7 +23,7 @@ struct Ran {
     std::string errors;
 };
 
-// Runs it with these words behind its name; input is what it reads from standard input.
+// Runs it with these words after its name; input is what it reads from standard input.
 Ran run_program(const Program &program, const std::vector<std::string> &words, const std::string &input = "");
 
 // For the file that stands in for the system: the next bytes of the standard input.

@@ -102,7 +102,7 @@ void parse_sent(const Line &line, Step &step)
         throw FormatError{line.number, "'> any' stands alone"};
 }
 
-// A line that stands before the "$" line. False if it is none.
+// A line that stands before the "$" line. False for any other.
 bool parse_condition(const Line &line, const Words &words, Step &step)
 {
     if (line.text == "reboot")
@@ -120,7 +120,7 @@ bool parse_condition(const Line &line, const Words &words, Step &step)
     return true;
 }
 
-// A line that stands after the "$" line. False if it is none.
+// A line that stands after the "$" line. False for any other.
 bool parse_expectation(const Line &line, Step &step)
 {
     const std::string &text = line.text;
