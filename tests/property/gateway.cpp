@@ -64,6 +64,8 @@ static int carry_out(uint32_t request, void *payload)
     events.push_back({request - KXQOS_REQUEST_BASE, changes});
     if (strike != nullptr && strike->fault == Fault::not_done)
         return -EIO;
+    if (strike != nullptr && strike->fault == Fault::ignored)
+        return 0;
     if (changes && before_change != nullptr)
         before_change(request - KXQOS_REQUEST_BASE, payload);
     const int result = model_request(&world.module, request, payload);

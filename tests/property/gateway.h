@@ -25,9 +25,10 @@ struct Event {
 };
 
 enum class Fault {
-    not_done,  // it fails and does nothing
-    done,      // it is done, and yet it fails
-    above_zero // it is done, and gives 5; a call of the library fails then
+    not_done,   // it fails and does nothing
+    done,       // it is done, and yet it fails
+    above_zero, // it is done, and gives 5; a call of the library fails then
+    ignored     // it succeeds and does nothing
 };
 
 struct Strike {

@@ -1,7 +1,9 @@
 #include "random_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
+#include <sstream>
 
 static const char *const profiles[] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
 static const int rule_counts[] = {64, 512, 512, 64, 64};
@@ -283,15 +285,69 @@ static void change_limits(std::vector<Limit> *limits, Random *random)
         std::swap(*at, limits->front());
 }
 
+static std::vector<std::string> split(const std::string &text)
+{
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    for (std::string word; stream >> word;)
+        words.push_back(word);
+    return words;
+}
+
+// Another value of a match field that differs in one thing: the inverse, the mask, or a mask in place of a range.
+static void twist_value(const std::string &keyword, std::string *value, Random *random)
+{
+    const size_t mark = value->find('~');
+    const bool range = mark != std::string::npos && mark > 1 && mark + 1 < value->size() && isdigit((*value)[mark - 1]);
+    if (range && keyword != "fl" && keyword != "rxports" && random->once(2))
+        (*value)[mark] = '/';
+    else if (value->find('/') < value->size() - 1 && isdigit(value->back()) && keyword[0] != 'w' && random->once(2))
+        value->back() = value->back() == '0' ? '1' : static_cast<char>(value->back() - 1);
+    else if (value->front() == '!')
+        value->erase(0, 1);
+    else if (value->size() < 15)
+        value->insert(0, "!");
+}
+
+// One more or one less, and still in its range.
+static void twist_number(std::string *number)
+{
+    const unsigned long value = std::stoul(*number, nullptr, 0);
+    *number = std::to_string(value > 1 ? value - 1 : value + 1);
+}
+
+static void twist_rule(std::string *rule, Random *random)
+{
+    std::vector<std::string> words = split(*rule);
+    const auto action = static_cast<size_t>(std::find(words.begin() + 1, words.end(), "action") - words.begin());
+    if (words[0] == "match" && action > 2 && action < words.size() && random->once(2)) {
+        const size_t at = 2 * (1 + random->upTo((action - 1) / 2 - 1));
+        twist_value(words[at - 1], &words[at], random);
+    } else if (isdigit(words.back()[0])) {
+        twist_number(&words.back());
+    } else {
+        words.push_back("sw-fwd");
+    }
+    rule->clear();
+    for (const std::string &word : words)
+        *rule += (rule->empty() ? "" : " ") + word;
+}
+
+static std::string *any_rule(Setup *setup, Random *random)
+{
+    if (setup->rules.empty())
+        return nullptr;
+    return &std::next(setup->rules.begin(), static_cast<long>(random->upTo(setup->rules.size() - 1)))->second;
+}
+
 static void change_one_thing(Setup *setup, Random *random)
 {
-    switch (random->upTo(9)) {
+    switch (random->upTo(15)) {
     case 0:
         return drop_one(&setup->rules, random);
     case 1:
-        if (!setup->rules.empty())
-            std::next(setup->rules.begin(), static_cast<long>(random->upTo(setup->rules.size() - 1)))->second =
-                random_rule(random);
+        if (std::string *rule = any_rule(setup, random))
+            *rule = random_rule(random);
         return;
     case 2:
         return drop_one(&setup->buckets, random);
@@ -310,8 +366,12 @@ static void change_one_thing(Setup *setup, Random *random)
     case 8:
         setup->counters[static_cast<int>(1 + random->upTo(3))] = random->once(2);
         return;
-    default:
+    case 9:
         return add_rule(setup, random);
+    default:
+        if (std::string *rule = any_rule(setup, random))
+            twist_rule(rule, random);
+        return;
     }
 }
 
