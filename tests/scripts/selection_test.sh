@@ -2,7 +2,12 @@
 # ./test sets up and builds what the tests that are asked for need, and no more; without a selection, everything. What it
 # calls is played by others, which write down that they were called.
 # usage: selection_test.sh TREE
+# Needs scripts/setup test.
 set -u
+# shellcheck source=scripts/help.sh
+. "$(dirname "$0")/../../scripts/help.sh"
+take_words 1 1 "$@"
+take_tree "$1"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 work=$(mktemp -d)
