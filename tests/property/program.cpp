@@ -41,8 +41,7 @@ Program load_program(const char *name)
     char own[4096] = "";
     const ssize_t length = readlink("/proc/self/exe", own, sizeof own - 1);
     std::string path(own, length < 0 ? 0 : static_cast<size_t>(length));
-    path.resize(path.rfind('/') + 1);
-    path += name;
+    path.replace(path.rfind('/') + 1, std::string::npos, name);
     void *module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     Program program = {};
     if (module != nullptr)

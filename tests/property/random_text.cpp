@@ -230,8 +230,8 @@ static void add_rule(Setup *setup, Random *random)
 {
     const auto profile = static_cast<int>(random->upTo(4));
     const auto most = static_cast<uint64_t>(random->once(3) ? rule_counts[profile] : 6);
-    const auto rule = static_cast<int>(1 + random->upTo(most - 1));
-    setup->rules[{profile, rule}] = random_rule(random);
+    const auto id = static_cast<int>(1 + random->upTo(most - 1));
+    setup->rules[{profile, id}] = random_rule(random);
 }
 
 static uint32_t random_rate(Random *random)
@@ -299,10 +299,12 @@ static void twist_value(const std::string &keyword, std::string *value, Random *
 {
     const size_t mark = value->find('~');
     const bool range = mark != std::string::npos && mark > 1 && mark + 1 < value->size() && isdigit((*value)[mark - 1]);
-    if (range && keyword != "fl" && keyword != "rxports" && random->once(2))
-        (*value)[mark] = '/';
-    else if (value->find('/') < value->size() - 1 && isdigit(value->back()) && keyword[0] != 'w' && random->once(2))
+    const size_t slash = value->find('/');
+    const bool masked = slash != std::string::npos && isdigit(value->back()) && keyword[0] != 'w';
+    if (masked && !random->once(4))
         value->back() = value->back() == '0' ? '1' : static_cast<char>(value->back() - 1);
+    else if (range && keyword != "fl" && keyword != "rxports" && random->once(2))
+        (*value)[mark] = '/';
     else if (value->front() == '!')
         value->erase(0, 1);
     else if (value->size() < 15)
@@ -380,6 +382,9 @@ Setup near_setup(const Setup &setup, Random *random)
     Setup near = setup;
     for (uint64_t left = 1 + random->upTo(2); left > 0; left--)
         change_one_thing(&near, random);
+    std::string *rule = any_rule(&near, random);
+    if (rule != nullptr && random->once(2))
+        twist_rule(rule, random);
     return near;
 }
 
