@@ -13,17 +13,11 @@ completions=$(cd "$here/../../completions" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit
-failures=0
-tests=0
 # shellcheck source=tests/tools/typed.sh
 . "$here/typed.sh"
 
-same() {
-    tests=$((tests + 1))
-    [ "$2" = "$3" ] && return
-    printf '%s:\n  wanted "%s"\n  got    "%s"\n' "$1" "$2" "$3"
-    failures=$((failures + 1))
-}
+# shellcheck source=tests/same.sh
+. "$here/../same.sh"
 
 # shellcheck source=/dev/null
 . "$completions/kxqosctl.bash"
@@ -199,5 +193,5 @@ else
     echo 'zsh is not there: its completion is not tested'
 fi
 
-echo "$tests completions, $failures wrong"
+echo "$failures completions are wrong"
 [ $failures -eq 0 ]
