@@ -11,7 +11,7 @@ take_tree "$1"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/tree"
-cd "$1" && cp -r CMakeLists.txt CMakePresets.json cmake completions docs include lab packaging scripts src tools try \
+cd "$1" && cp -r CMakeLists.txt CMakePresets.json cmake completions docs include lab packaging scripts src try \
     "$work/tree" && cd "$work/tree" || exit
 
 # Every file is warned of.
