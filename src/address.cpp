@@ -18,7 +18,11 @@ static divided_word divide(const char *text)
     const char *tilde = nullptr;
     const char *slash = nullptr;
     const char *end = text;
-    for (; *end != '\0'; end++) {
+    for (;; end++) {
+        if (*end > '/' && *end < '~') // most characters
+            continue;
+        if (*end == '\0')
+            break;
         if (*end == '~')
             tilde = end;
         else if (*end == '/')

@@ -67,11 +67,12 @@ int find_match_field(const char *word)
 
 void set_field(uint8_t (&set)[4], int field, bool on)
 {
-    const auto bit = static_cast<uint8_t>(1 << field % 8);
+    const auto number = static_cast<unsigned>(field);
+    const auto bit = static_cast<uint8_t>(1U << number % 8);
     if (on)
-        set[field / 8] |= bit;
+        set[number / 8] |= bit;
     else
-        set[field / 8] &= static_cast<uint8_t>(~bit);
+        set[number / 8] &= static_cast<uint8_t>(~bit);
 }
 
 static u32 number_at(const void *value, int size)

@@ -65,7 +65,8 @@ inline const void *match_mask(const kxqos_rule_t *rule, const match_field &row)
 // The sets of fields: field n is bit n % 8 of byte n / 8.
 inline bool has_field(const uint8_t (&set)[4], int field)
 {
-    return (set[field / 8] >> (field % 8) & 1) != 0;
+    const auto number = static_cast<unsigned>(field); // is divided in fewer steps
+    return (set[number / 8] >> (number % 8) & 1) != 0;
 }
 
 void set_field(uint8_t (&set)[4], int field, bool on);

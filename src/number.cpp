@@ -37,8 +37,14 @@ unsigned long long read_number(const char *text, const char **stop, u32 base)
     }
     unsigned long long value = 0;
     bool overflow = false;
-    for (u32 digit = hex_digit(*text); digit < base; digit = hex_digit(*text)) {
-        overflow |= value > (largest - digit) / base;
+    for (;;) {
+        auto digit = static_cast<u32>(*text - '0');
+        if (digit > 9 && base > 10) // most digits need no call
+            digit = hex_digit(*text);
+        if (digit >= base)
+            break;
+        if (value > (largest - digit) / base)
+            overflow = true;
         value = value * base + digit;
         *stop = ++text;
     }

@@ -8,12 +8,24 @@
 #include "kxqos.h"
 #include "profiles.h"
 
+// The place of each profile's first rule, and behind the last profile the number of all places.
+struct rule_starts {
+    int places[KXQOS_PROFILE_MAX + 1];
+};
+
+constexpr rule_starts add_rules_up()
+{
+    rule_starts starts = {};
+    for (int i = 0; i < KXQOS_PROFILE_MAX; i++)
+        starts.places[i + 1] = starts.places[i] + qosProfileName[i].highestRuleID;
+    return starts;
+}
+
+inline constexpr rule_starts profile_starts = add_rules_up();
+
 constexpr int first_place(int profile)
 {
-    int first = 0;
-    for (int i = 0; i < profile; i++)
-        first += qosProfileName[i].highestRuleID;
-    return first;
+    return profile_starts.places[profile];
 }
 
 inline constexpr int rule_places = first_place(KXQOS_PROFILE_MAX);

@@ -24,7 +24,7 @@ static const char *replay_printed()
     const size_t size = strcspn(shown, "\n");
     if (size >= sizeof text || shown[size] != '\n' || shown[size + 1] != '\0')
         return "a newline in a name";
-    memcpy(text, shown, size); // what is printed by the replay takes its place
+    memcpy(text, shown, size + 1); // what is printed by the replay takes its place
     divide_line(text, static_cast<uint32_t>(size), &line);
     return replay_line(line, &replayed, &places);
 }

@@ -94,12 +94,15 @@ static bool is_blank(char c)
     return c == ' ' || c == '\t' || c == '\0';
 }
 
+// What stands behind a line ends its last word too.
 static char *word_end(char *text, const char *end)
 {
-    // Most characters are told from a blank by one comparison.
-    while (text != end && (static_cast<unsigned char>(*text) > ' ' || !is_blank(*text)))
-        text++;
-    return text;
+    for (;; text++) {
+        while (static_cast<unsigned char>(*text) > ' ')
+            text++;
+        if (text == end || is_blank(*text))
+            return text;
+    }
 }
 
 void divide_line(char *text, uint32_t size, line *line)

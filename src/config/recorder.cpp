@@ -2,7 +2,8 @@
 
 #include "record.h"
 
-static recorded kept;
+static recorded records[2];
+static bool aside = false;
 static uint32_t debug_answer = 0;
 static const kxqos_rl_t *limit_answer = nullptr;
 
@@ -10,16 +11,21 @@ static constexpr int ip_half = KXQOS_RL_IP_ENTRIES / 2;
 static constexpr int vlan_half = KXQOS_RL_VLAN_ENTRIES / 2;
 static constexpr int port_half = KXQOS_RL_PORT_ENTRIES / 2;
 
+void record_aside(bool on)
+{
+    aside = on;
+}
+
 void start_recording(uint32_t debug, const kxqos_rl_t *limits)
 {
-    kept.request = static_cast<kxqos_request>(0);
+    records[aside].request = static_cast<kxqos_request>(0);
     debug_answer = debug;
     limit_answer = limits;
 }
 
 const recorded &what_was_recorded()
 {
-    return kept;
+    return records[aside];
 }
 
 static void answer_limits(kxqos_rl_ioctl_t *half)
@@ -36,6 +42,7 @@ static void answer_limits(kxqos_rl_ioctl_t *half)
 static void keep_limits(const kxqos_rl_ioctl_t &half)
 {
     const int part = half.secondPart;
+    recorded &kept = records[aside];
     kept.limits.upDir = half.upDir;
     kept.limits.mode = half.mode;
     memcpy(kept.limits.ipRule + part * ip_half, half.ipRule, sizeof half.ipRule);
@@ -45,6 +52,7 @@ static void keep_limits(const kxqos_rl_ioctl_t &half)
 
 static void keep(kxqos_request request, const void *payload)
 {
+    recorded &kept = records[aside];
     switch (request) {
     case KXQOS_RULE_ADD:
     case KXQOS_RULE_DELETE:

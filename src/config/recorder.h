@@ -21,6 +21,9 @@ struct recorded {
     kxqos_rl_t limits;
 };
 
+// Whether a second record is in use from now on, in place of the first, which stays as it is.
+void record_aside(bool on);
+
 // Forgets what was recorded. debug answers the command that reads the debug flags; limits, if it is not null, stands in
 // for the empty tables.
 void start_recording(uint32_t debug, const kxqos_rl_t *limits);

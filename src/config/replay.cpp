@@ -196,8 +196,10 @@ static bool may_ignore_words(kxqos_request request)
 // A line that the tool takes without its last word, too, has one that is ignored.
 static bool ignores_last_word(const line &line)
 {
-    const bool taken = take_words(line.count - 1, line.words, 0, nullptr);
-    return taken && what_was_recorded().request != 0;
+    record_aside(true);
+    const bool taken = take_words(line.count - 1, line.words, 0, nullptr) && what_was_recorded().request != 0;
+    record_aside(false);
+    return taken;
 }
 
 static const char *refused_words()
@@ -217,11 +219,8 @@ const char *replay_line(const line &line, configuration *wanted, names *names)
     const kxqos_request request = what_was_recorded().request;
     if (request == 0)
         return "a command that does not configure";
-    if (may_ignore_words(request)) {
-        if (ignores_last_word(line))
-            return "the last word would be ignored";
-        take_words(line.count, line.words, 0, nullptr);
-    }
+    if (may_ignore_words(request) && ignores_last_word(line))
+        return "the last word would be ignored";
     return take_recorded(line, wanted, names);
 }
 
