@@ -12,6 +12,7 @@ take_tree "$1"
 . "$(dirname "$0")/../same.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+unset KXQOS_RIG_SHARE # of the run that this is part of
 mkdir -p "$work/tree/scripts" "$work/tree/rig" "$work/bin"
 cp "$1/test" "$work/tree"
 cp "$1/scripts/help.sh" "$work/tree/scripts"
