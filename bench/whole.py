@@ -12,6 +12,7 @@ import measure
 
 STORED = 1 << 20  # bytes of the storing gateway's file, and some to spare
 ROUNDS = 5
+GUARDED = ['apply, full', 'apply, no change']
 SAMPLE = 25  # of one process a line, every so many is counted
 CLONE_NEWNET = 0x40000000
 SYSTEM = '/usr/sbin:/usr/bin:/sbin:/bin'
@@ -22,7 +23,7 @@ PEERS = [
     ('ip', ['-batch'], [], 'route add 10.{high}.{low}.0/24 dev lo',
      'ip link set lo down && ip link set lo up'),
     ('tc', ['-batch'], ['qdisc add dev lo root handle 1: htb'],
-     'class add dev lo parent 1: classid 1:{n:x} htb rate {n}mbit quantum 1500', 'tc qdisc del dev lo root; true'),
+     'class add dev lo parent 1: classid 1:{n:x} htb rate {n}mbit quantum 1500', 'tc qdisc del dev lo root 2>/dev/null; true'),
 ]
 
 
@@ -32,7 +33,7 @@ class Way:
     def __init__(self, name, lines, words, before, folder):
         self.name, self.lines, self.words, self.before, self.folder = name, lines, words, before, folder
         self.instructions = self.processes = self.calls = self.requests = self.changing = None
-        self.allocations = self.resident = self.time = None
+        self.allocations = self.resident = self.own = self.time = None
         self.estimated = False
 
     def begin(self):
@@ -50,7 +51,8 @@ class Way:
     def trace(self, place):
         """All but what the gateway of the benchmark does to keep its records."""
         trace = f'{place}/strace.{os.getpid()}'
-        status, _ = measure.run_quietly(['env', '-i', '/usr/bin/strace', '-f', '-y', '-X', 'raw', '-o', trace, *self.words])
+        status, _ = measure.run_quietly(['env', '-i', '/usr/bin/strace', '-f', '-y', '-X', 'raw', '-o', trace,
+                                         *self.words])
         with open(trace, encoding='utf-8', errors='replace') as file:
             lines = re.findall(r'^(\d+) +([a-z_0-9]+\(.*)', file.read(), re.M)
         os.unlink(trace)
@@ -59,21 +61,23 @@ class Way:
         self.processes = len({process for process, _ in lines})
         calls = [call for _, call in lines if not re.match(r'p(read|write)64\(\d+<[^>]*/gateway>', call)]
         self.calls = len(calls)
-        asked = [int(number, 16) & 0xFF for call in calls for number in re.findall(r'^ioctl\(\d+<[^>]*/gateway>, (0x\w+)', call)]
+        asked = [int(number, 16) & 0xFF for call in calls
+                 for number in re.findall(r'^ioctl\(\d+<[^>]*/gateway>, (0x\w+)', call)]
         self.requests = len(asked)
         self.changing = len([number for number in asked if number in changing_requests()])
 
     def measure_memory(self):
-        """The highest resident memory in KiB, read while strace holds the process back from its end."""
+        """Of memory in KiB, the highest that was resident, and what of it is no file's; read while strace holds the process
+        back from its end."""
         self.begin()
         with subprocess.Popen(['strace', '-D', '-o', '/dev/null', '-e', 'trace=exit_group', '-e',
                                'inject=exit_group:delay_enter=500000', *self.words], env={}, executable='/usr/bin/strace',
                               stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             while process.poll() is None:
                 with open(f'/proc/{process.pid}/status', encoding='utf-8') as file:
-                    found = re.search(r'^VmHWM:\s*(\d+) kB', file.read(), re.M)
+                    found = dict(re.findall(r'^(VmHWM|RssAnon):\s*(\d+) kB', file.read(), re.M))
                 if found:
-                    self.resident = int(found.group(1))
+                    self.resident, self.own = int(found['VmHWM']), int(found['RssAnon'])
                 time.sleep(0.01)
 
     def clock(self):
@@ -81,6 +85,16 @@ class Way:
         began = time.perf_counter()
         subprocess.run(self.words, check=True, stdout=subprocess.DEVNULL, env={})
         return time.perf_counter() - began
+
+
+    def cells(self):
+        time_to_apply = f'{self.time:.2f}' if self.time else None
+        changing = self.changing if self.requests else None  # a peer makes none of these requests
+        return [self.lines, self.instructions, self.a_line(), self.processes, self.calls, changing, self.allocations,
+                self.resident, self.own, time_to_apply]
+
+    def a_line(self):
+        return round(self.instructions / self.lines) if self.instructions else None
 
 
 class Loop(Way):
@@ -96,41 +110,45 @@ class Loop(Way):
         self.begin()
         self.trace(place)
 
+    def measure_memory(self):
+        """Each process has its own."""
+
 
 def changing_requests():
     with open(f'{measure.ROOT}/include/kxqos.h', encoding='utf-8') as file:
-        rows = re.findall(r'^    X\(([A-Z_]+), (\d+), kxqos_|^    X\(([A-Z_]+), (\d+), uint32_t', file.read(), re.M)
-    named = [(name or word, int(number or value)) for name, number, word, value in rows]
-    return {number for name, number in named if not re.search('_(GET|NEXT|SHOW)$', name)}
-
-
-def commands(text):
-    return [line for line in text.splitlines() if line != '!']
+        rows = re.findall(r'^    X\((\w+), (\d+), (?:kxqos_|uint32_t)', file.read(), re.M)
+    return {int(number) for name, number in rows if not re.search('_(GET|NEXT|SHOW)$', name)}
 
 
 def prepare(place):
-    """The files of a full gateway and of one with half of the rules, as the computed gateways are shown; returns the
-    numbers of their lines. That of an empty one is there too."""
-    counts = {}
+    """The files of a full gateway, of one with half of the rules and of an empty one, as the computed gateways are shown;
+    returns the numbers of their lines."""
     for gateway in (measure.EMPTY, measure.HALF, measure.FULL):
         text = measure.output(*measure.command(place, gateway, 'kxqosctl configuration show'))
-        lines = commands(text)
-        for name, content in ((f'{gateway}.conf', text), (f'{gateway}.lines', '\n'.join(lines) + '\n')):
+        lines = [line for line in text.splitlines(True) if line != '!\n']
+        for name, content in ((f'{gateway}.conf', text), (f'{gateway}.lines', ''.join(lines))):
             with open(f'{place}/{measure.STORING}/{name}', 'w', encoding='utf-8') as file:
                 file.write(content)
-        counts[gateway] = len(lines)
-    return counts
+    return counts(place)
 
 
-def ways(place, counts):
+def counts(place):
+    found = {}
+    for gateway in (measure.EMPTY, measure.HALF, measure.FULL):
+        with open(f'{place}/{measure.STORING}/{gateway}.lines', encoding='utf-8') as file:
+            found[gateway] = len(file.readlines())
+    return found
+
+
+def ways(place, lines):
     folder = f'{place}/{measure.STORING}'
     program = f'{folder}/kxqos-config'
     empty = f'rm -f gateway && truncate -s {STORED} gateway'
-    full, half = counts[measure.FULL], counts[measure.HALF]
+    full, half = lines[measure.FULL], lines[measure.HALF]
     applied = Way('apply, full', full, [program, 'apply', 'full.conf'], empty, folder)
     unchanged = Way('apply, no change', full, applied.words, f'{empty} && ./kxqos-config apply full.conf', folder)
     halved = Way('apply, half of the rules', half, [program, 'apply', 'half.conf'], empty, folder)
-    nothing = Way('apply, nothing', counts[measure.EMPTY], [program, 'apply', 'empty.conf'], empty, folder)
+    nothing = Way('apply, nothing', lines[measure.EMPTY], [program, 'apply', 'empty.conf'], empty, folder)
     ran = Way('run, full', full, [program, 'run', 'full.conf'], empty, folder)
     script = 'set -f; while read -r line; do ./kxqosctl $line || exit; done <full.lines'
     loop = Loop('one kxqosctl a line', full, ['/bin/sh', '-c', script], empty, folder)
@@ -181,3 +199,26 @@ def measure_times(ways_there, applied):
             ratios[name].append(seconds / times[applied.name])
     for way in ways_there:
         way.time = statistics.median(ratios[way.name])
+
+
+def goals(ways_there, peers_there, guest):
+    """Rows of what bringing up a whole gateway is meant to cost and what was measured; the guest's ratio may be unknown."""
+    by_name = {way.name: way for way in ways_there + peers_there}
+    applied, unchanged, loop = (by_name[name] for name in ('apply, full', 'apply, no change', 'one kxqosctl a line'))
+    rows = []
+    for program, share in (('ip -batch', 1), ('nft -f', 10)):
+        if program in by_name:
+            limit = by_name[program].a_line() / share
+            rows.append((f'`apply`: fewer instructions a line than {"a tenth of " if share > 1 else ""}`{program}`',
+                         f'{applied.a_line():,} to {limit:,.0f}', applied.a_line() < limit))
+    rows.append(('Nothing to change: no more instructions than `apply` in full, no changing request',
+                 f'{unchanged.instructions:,} to {applied.instructions:,}, {unchanged.changing} requests',
+                 unchanged.instructions <= applied.instructions and unchanged.changing == 0))
+    if loop.time:
+        rows.append(('At least 50 times faster than one process a line', f'{loop.time:.0f} times', loop.time >= 50))
+    if guest:
+        rows.append(('At least 80 times faster in the guest of the rig', f'{float(guest):.0f} times', float(guest) >= 80))
+    rows.append(('Less than 2 MiB resident', f'{applied.resident:,} KiB, {applied.own:,} of it its own',
+                 applied.resident < 2048))
+    rows.append(('No allocation', f'{applied.allocations}', applied.allocations == 0))
+    return [f'| {goal} | {measured} | {"met" if met else "missed"} |' for goal, measured, met in rows]
