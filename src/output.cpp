@@ -23,7 +23,8 @@ void print_line(const char *text)
 
 void print(const char *format, ...)
 {
-    expect_output();
+    if (!expected) // a call less for each line of a dump
+        expect_output();
     va_list values;
     va_start(values, format);
     vprintf(format, values);

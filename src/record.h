@@ -8,7 +8,7 @@
 
 // Zeroes every byte. An initialiser "= {}" is not enough: it leaves the padding, and of an IPv4 address the twelve
 // bytes after it, to the compiler, and the whole record is sent.
-template <typename Record> inline void clear(Record *record)
+template <typename Record> [[gnu::always_inline]] inline void clear(Record *record)
 {
     // Compilers that save space make a slow loop of a whole one, and a walk clears a small record hundreds of times.
     constexpr size_t piece = 8;
