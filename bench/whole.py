@@ -1,5 +1,6 @@
 """What bringing up a whole gateway costs, for bench/run and bench/guard."""
 
+import collections
 import ctypes
 import os
 import re
@@ -34,6 +35,7 @@ class Way:
         self.name, self.lines, self.words, self.before, self.folder = name, lines, words, before, folder
         self.instructions = self.processes = self.calls = self.requests = self.changing = None
         self.allocations = self.resident = self.own = self.time = None
+        self.memory = {}
         self.estimated = False
 
     def begin(self):
@@ -78,6 +80,7 @@ class Way:
                     found = dict(re.findall(r'^(VmHWM|RssAnon):\s*(\d+) kB', file.read(), re.M))
                 if found:
                     self.resident, self.own = int(found['VmHWM']), int(found['RssAnon'])
+                    self.memory = resident_by_file(process.pid) or self.memory
                 time.sleep(0.01)
 
     def clock(self):
@@ -112,6 +115,28 @@ class Loop(Way):
 
     def measure_memory(self):
         """Each process has its own."""
+
+
+def resident_by_file(process):
+    """KiB that are resident, by the file that they are of; what is of none is the process's own."""
+    with open(f'/proc/{process}/smaps', encoding='utf-8') as file:
+        maps = re.split(r'^(?=[0-9a-f]+-[0-9a-f]+ )', file.read(), flags=re.M)
+    found = collections.Counter()
+    for one in maps[1:]:
+        size = {name: int(number) for name, number in re.findall(r'^(Rss|Anonymous): *(\d+) kB', one, re.M)}
+        path = one.splitlines()[0].partition('/')[2]
+        found[os.path.basename(path) or 'vdso'] += size['Rss'] - size['Anonymous']
+        found['its own'] += size['Anonymous']
+    return {name: size for name, size in found.items() if size}
+
+
+def memory(place, applied):
+    """Rows that say where the resident memory of a way lies, beside that of a program that does nothing."""
+    empty = Way('empty program', 0, [f'{place}/empty-program'], 'true', place)
+    empty.measure_memory()
+    names = sorted(applied.memory, key=applied.memory.get, reverse=True)
+    rows = [[name, applied.memory[name], empty.memory.get(name, 0)] for name in names]
+    return rows + [['all', sum(applied.memory.values()), sum(empty.memory.values())]]
 
 
 def changing_requests():
