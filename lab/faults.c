@@ -1,7 +1,14 @@
 /* Fault rules as they are typed: WHERE#N=WHAT[,WHAT...]. */
+#include "errors.h"
 #include "gateway.h"
 
 #include "libkx.h"
+
+#ifdef __KERNEL__
+#include <linux/errno.h>
+#else
+#include <errno.h>
+#endif
 
 /* The kernel has no UINT32_MAX and its like. */
 static const uint64_t max_result = 0x7fffffff;
@@ -239,6 +246,24 @@ static const char *read_value(const char **at, struct gateway_fault *fault)
     return NULL;
 }
 
+/* Nothing, or :NAME */
+static const char *read_failure(const char **at, struct gateway_fault *fault)
+{
+    char name[GATEWAY_FUNCTION_NAME] = "";
+    size_t length = 0;
+
+    fault->fails = 1;
+    if (!take(at, ":")) {
+        if (fault->where != GATEWAY_CALL)
+            fault->error = fault->where == GATEWAY_OPEN ? ENOENT : EIO;
+        return NULL;
+    }
+    while (**at != '\0' && **at != ',' && length + 1 < sizeof name)
+        name[length++] = *(*at)++;
+    fault->error = error_number(name);
+    return fault->error != 0 ? NULL : "fail is fail:NAME for an error with a name, as EINTR";
+}
+
 static const char *read_what(const char **at, struct gateway_fault *fault)
 {
     if (take(at, "bytes:"))
@@ -248,11 +273,11 @@ static const char *read_what(const char **at, struct gateway_fault *fault)
     if (take(at, "value:"))
         return read_value(at, fault);
     if (take(at, "fail"))
-        fault->fails = 1;
-    else if (take(at, "kill"))
+        return read_failure(at, fault);
+    if (take(at, "kill"))
         fault->kills = 1;
     else
-        return "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill";
+        return "WHAT is fail, fail:NAME, result:R, bytes:OFFSET:HEX, value:V or kill";
     return NULL;
 }
 
@@ -285,6 +310,6 @@ const char *gateway_read_fault(const char *typed, struct gateway_fault *fault)
         parts++;
     } while (wrong == NULL && take(&at, ","));
     if (wrong == NULL && *at != '\0')
-        wrong = "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill";
+        wrong = "WHAT is fail, fail:NAME, result:R, bytes:OFFSET:HEX, value:V or kill";
     return wrong != NULL ? wrong : check_combination(fault, parts);
 }

@@ -95,7 +95,8 @@ static void add_request(struct gateway_line *line, uint32_t request)
 int gateway_open(struct gateway_session *session, int flags, struct gateway_line *line)
 {
     const struct event_kind event = {GATEWAY_OPEN, 0, NULL};
-    const int result = strike(session, &event) != NULL ? -ENOENT : 0;
+    const struct gateway_fault *fault = strike(session, &event);
+    const int result = fault != NULL ? -fault->error : 0;
 
     start_line(line, "open ");
     text_signed(&line->text, flags);
@@ -109,7 +110,7 @@ static int carry_out(const struct gateway_fault *fault, struct model *model, uin
     int result;
 
     if (fault != NULL && fault->fails)
-        return -EIO;
+        return -fault->error;
     if (payload == NULL && size != 0)
         return -EFAULT;
     result = model_request(model, request, payload);

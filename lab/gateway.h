@@ -28,6 +28,7 @@ struct gateway_fault {
     char function[GATEWAY_FUNCTION_NAME]; /* for GATEWAY_CALL */
     uint32_t nth;                         /* strikes the n-th event, 0 every one */
     uint32_t seen;                        /* events so far */
+    int32_t error;                        /* of one that fails; 0 for a call that leaves errno alone */
     uint8_t fails;
     uint8_t kills;
     uint8_t has_result;

@@ -5,12 +5,14 @@
 #include "event.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <stdio.h>
 
 #define PRINTS "KXQOS_LAB_LIBKX_PRINTS"
 
 struct call {
     struct event event;
+    int before;            /* errno */
     struct library *state; /* to be changed; in force when the call ends */
     const struct gateway_fault *fault;
     libkx_retCode_t result;
@@ -21,6 +23,7 @@ static bool begin(struct call *call, const char *function)
 {
     if (lab_variable(PRINTS) != NULL)
         printf("libkx: %s\n", function);
+    call->before = errno;
     if (!event_begin(&call->event))
         return false;
     call->state = store_begin(&call->event.store, STORE_LIBRARY);
@@ -51,6 +54,7 @@ static int end(struct call *call, int result)
         result = LIBKX_RET_FAIL;
     gateway_call_result(result, &call->event.line);
     event_end(&call->event);
+    errno = fault != NULL && fault->error != 0 ? fault->error : call->before;
     return result;
 }
 

@@ -195,12 +195,18 @@ static void call_switch(void)
 {
     struct in6_addr low;
     struct in6_addr high;
+    int result;
 
     inet_pton(AF_INET6, "2001:db8::1", &low);
     inet_pton(AF_INET6, "2001:db8::ff", &high);
     printf("ipv4 = %d\n", (int)libkx_switchApi_ipv4SetRateLimit(0xc0a80101, 0xc0a80109, 1, 1, 2048));
     printf("ipv6 = %d\n", (int)libkx_switchApi_ipv6SetRateLimit(low, high, 0, 1, 512));
-    printf("vlan = %d\n", (int)libkx_switchApi_vlanSetRateLimit(100, 1, 1, 1024));
+    errno = 0;
+    result = (int)libkx_switchApi_vlanSetRateLimit(100, 1, 1, 1024);
+    if (errno == 0)
+        printf("vlan = %d\n", result);
+    else
+        printf("vlan = %d errno %d\n", result, errno);
     printf("port = %d\n", (int)libkx_switchApi_portSetRateLimit(3, 0, 1, 4294967295U));
 }
 

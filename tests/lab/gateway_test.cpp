@@ -1,8 +1,10 @@
 // The trace's lines and what faults do.
+#include "errors.h"
 #include "gateway.h"
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -198,6 +200,28 @@ TEST_F(Gateway, FailsWithoutAskingTheModel)
     EXPECT_FALSE(killed_);
 }
 
+TEST_F(Gateway, FailsWithTheErrorThatIsNamed)
+{
+    add_fault("open#1=fail:EBUSY");
+    add_fault("1#1=fail:EINTR");
+    add_fault("libkx_qos_get_rule#1=fail:EACCES");
+    add_fault("libkx_qos_get_rule#2=fail");
+    EXPECT_EQ(open_device(), -16);
+    EXPECT_EQ(line(), "open 2 = -16\n");
+    uint32_t word = 5;
+    EXPECT_EQ(send(KXQOS_DEBUG_SET, word), -4);
+    EXPECT_EQ(line(), "request 1 = -4 sent 05000000 returned 05000000\n");
+    EXPECT_EQ(debug_flags(), 0U);
+    const gateway_fault *fault = gateway_call(session_.get(), "libkx_qos_get_rule", line_.get());
+    ASSERT_NE(fault, nullptr);
+    EXPECT_TRUE(fault->fails);
+    EXPECT_EQ(fault->error, 13);
+    fault = gateway_call(session_.get(), "libkx_qos_get_rule", line_.get());
+    ASSERT_NE(fault, nullptr);
+    EXPECT_TRUE(fault->fails);
+    EXPECT_EQ(fault->error, 0);
+}
+
 TEST_F(Gateway, GivesAResultAfterTheModelsWork)
 {
     add_fault("1#1=result:2147483647");
@@ -295,6 +319,21 @@ TEST_F(Gateway, OverwritesARecord)
 
 // How faults are typed
 
+#ifdef __GLIBC__
+TEST_F(Gateway, KnowsEveryErrorByTheNameThatTheLibraryGivesIt)
+{
+    int known = 0;
+    for (int number = 1; number < 4096; number++) {
+        const char *name = strerrorname_np(number);
+        if (name == nullptr)
+            continue;
+        EXPECT_EQ(error_number(name), number) << name;
+        known++;
+    }
+    EXPECT_GT(known, 100);
+}
+#endif
+
 TEST_F(Gateway, ReadsEveryFunction)
 {
     const struct {
@@ -351,7 +390,10 @@ TEST_F(Gateway, ReadsGoodFaults)
     const char *good[] = {
         "open#1=fail",
         "open#*=fail",
+        "open#*=fail:EHWPOISON",
         "request#4294967295=fail",
+        "16#1=fail:ESOCKTNOSUPPORT",
+        "libkx_qos_delete_rule#1=fail:EPERM",
         "0#1=result:0",
         "255#1=result:2147483647",
         "1#1=bytes:3:ff",
@@ -413,6 +455,14 @@ TEST_F(Gateway, RefusesBadFaults)
         "16#1=fail,",
         "16#1=,fail",
         "16#1=fail,fail",
+        "16#1=fail:",
+        "16#1=fail:EINT",
+        "16#1=fail:EINTRX",
+        "16#1=fail:eintr",
+        "16#1=fail:4",
+        "16#1=fail:EINTR,result:0",
+        "16#1=fail:EINTR:EINTR",
+        "16#1=fail:E_and_then_some_more_than_48_characters_that_are_no_name",
         "16#1=fail,result:0",
         "16#1=result:0,fail",
         "16#1=kill,result:1",
@@ -481,7 +531,8 @@ TEST_F(Gateway, TellsWhatIsWrongWithAFault)
         {"16=fail", "a # stands after WHERE"},
         {"16#0=fail", "N is * or a number from 1 on"},
         {"16#1", "a = stands after N"},
-        {"16#1=fall", "WHAT is fail, result:R, bytes:OFFSET:HEX, value:V or kill"},
+        {"16#1=fail:EINTRO", "fail is fail:NAME for an error with a name, as EINTR"},
+        {"16#1=fall", "WHAT is fail, fail:NAME, result:R, bytes:OFFSET:HEX, value:V or kill"},
         {"16#1=fail,kill", "fail and kill stand alone"},
         {"1#1=bytes:4:00", "bytes begins with an offset within the payload"},
         {"1#1=bytes:3:0000", "HEX goes beyond the payload or record"},

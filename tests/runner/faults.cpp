@@ -24,8 +24,8 @@ bool shows(const Fault &fault, const Event &event)
     constexpr std::array<long, 3> failed = {-ENOENT, -EIO, 6};
     if (fault.kills)
         return false; // its event is cut short; the status tells (see below)
-    if (fault.fails)
-        return event.result == failed[event.kind];
+    if (fault.fails)  // which error a call leaves behind is in no trace either
+        return event.result == (fault.error != 0 && event.kind != Event::call ? -fault.error : failed[event.kind]);
     std::string returned = event.returned;
     for (const auto &[offset, bytes] : fault.bytes) {
         if (offset + bytes.size() > returned.size())

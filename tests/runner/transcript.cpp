@@ -1,5 +1,6 @@
 #include "transcript.h"
 
+#include "errors.h"
 #include "expand.h"
 #include "text.h"
 #include "trace.h"
@@ -31,7 +32,9 @@ void parse_what(const Line &line, const std::string &what, Fault &fault)
 {
     Words parts = split(what, ':');
     long number = parts.size() > 1 ? to_number(parts[1]) : none;
-    if (what == "fail")
+    const int error = parts.size() == 2 && parts[0] == "fail" ? error_number(parts[1].c_str()) : 0;
+    fault.error = error;
+    if (what == "fail" || error != 0)
         fault.fails = true;
     else if (what == "kill")
         fault.kills = true;

@@ -28,6 +28,7 @@ struct Fault {
     std::string where;
     long count = 0; // 0 is every one
     bool fails = false;
+    long error = 0; // of one that names it
     bool kills = false;
     std::optional<long> result;
     std::vector<std::pair<size_t, std::string>> bytes;
