@@ -78,6 +78,21 @@ class Failure(Configured):
                            'limit up delete vlan 7 rate 1\nqos enable\n', f'{VLAN}#3=fail')
         self.says(ran, 1, f'{self.folder}/file:3: the library gave 6 for the switch: limit up add vlan 8 rate 2', BACK)
 
+    def test_any_error_is_told_and_none_is_tried_again(self):
+        text = 'rule 5 match vid 8 action queue 1\n'
+        for name, words in (('EINTR', 'Interrupted system call'), ('EAGAIN', 'Resource temporarily unavailable'),
+                            ('EBUSY', 'Device or resource busy'), ('EACCES', 'Permission denied'),
+                            ('ENOMEM', 'Cannot allocate memory'), ('ENODEV', 'No such device')):
+            ran = self.attempt(text, f'13#1=fail:{name}')
+            self.says(ran, 1, f'{self.folder}/file:1: request 13 gave -1 ({words}): {text.strip()}', BACK)
+            ran = self.attempt(text, f'request#1=fail:{name}')
+            self.says(ran, 1, f'cannot read qos: request 29 gave -1 ({words})', 'nothing was changed')
+            self.assertEqual([number for number, _, _ in ran.requests].count(29), 1, name)
+            ran = self.attempt(text, f'open#*=fail:{name}')
+            self.says(ran, 1, f'/dev/kxqos: {words}')
+            self.assertEqual(ran.opens, 1, name)
+        self.same_as_before()
+
     def test_nothing_is_sent_behind_a_failure(self):
         ran = self.attempt('qos enable\nbucket 3 rate 100\nrule 1 action queue 1\nrule 2 action queue 2\n', '13#1=fail')
         # Counters are not named; then the rule that failed, and that it is not there. Nothing else.

@@ -1,10 +1,12 @@
 // Executes transcripts: files that show commands as typed, with what they print and what they send. tests/README.md
 // tells how they are written. Uses nothing but the system itself, so that it also runs, linked statically, in a guest
 // that has no shell to speak of.
+#include "errors.h"
 #include "execute.h"
 #include "text.h"
 #include "transcript.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -27,6 +29,10 @@ Verdict judge(const Options &options, const std::string &path)
                 return Verdict::skipped;
             }
         }
+        if (!options.errors.empty() && std::none_of(transcript.steps.begin(), transcript.steps.end(), fails_plainly)) {
+            std::printf("skip %s: nothing fails\n", path.c_str());
+            return Verdict::skipped;
+        }
         bool good = execute(options, path, transcript.steps);
         std::printf("%s %s: %zu steps\n", good ? "pass" : "FAIL", path.c_str(), transcript.steps.size());
         return good ? Verdict::passed : Verdict::failed;
@@ -39,17 +45,18 @@ Verdict judge(const Options &options, const std::string &path)
 [[noreturn]] void bad_use()
 {
     std::fputs("usage: transcript --gateway \"WORDS\" --tool PATH [--via \"WORDS\"] [--as NAME] "
-               "[--timeout SECONDS] FILE...\n",
+               "[--timeout SECONDS] [--errors \"NAMES\"] FILE...\n",
                stderr);
     std::exit(2);
 }
 
 Options read_options(int argc, char **argv)
 {
-    static constexpr std::array<option, 6> known = {{{"gateway", required_argument, nullptr, 'g'},
+    static constexpr std::array<option, 7> known = {{{"gateway", required_argument, nullptr, 'g'},
                                                      {"via", required_argument, nullptr, 'v'},
                                                      {"tool", required_argument, nullptr, 't'},
                                                      {"as", required_argument, nullptr, 'a'},
+                                                     {"errors", required_argument, nullptr, 'e'},
                                                      {"timeout", required_argument, nullptr, 's'},
                                                      {nullptr, 0, nullptr, 0}}};
     Options options;
@@ -72,6 +79,12 @@ Options read_options(int argc, char **argv)
             if (to_number(optarg) <= 0)
                 bad_use();
             options.timeout = static_cast<unsigned>(to_number(optarg));
+            break;
+        case 'e':
+            options.errors = split(optarg, ' ');
+            if (std::any_of(options.errors.begin(), options.errors.end(),
+                            [](const std::string &name) { return error_number(name.c_str()) == 0; }))
+                bad_use();
             break;
         default:
             bad_use();
