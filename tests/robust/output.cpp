@@ -1,5 +1,6 @@
 // Standard output closed, full, or a pipe that nobody reads: what was to be printed is missed, so the status is 255;
-// and what was to be sent is sent all the same.
+// and what was to be sent is sent all the same. What is printed is written at once, as far as it goes into one buffer,
+// so that the lines of two runs do not mix.
 #include "tool.h"
 
 #include <signal.h>
@@ -19,6 +20,19 @@ static void with(StandardOutput kind, const char *name, const std::vector<run_re
     }
 }
 
+static void at_once()
+{
+    constexpr size_t buffer = 16384;
+    run_options options;
+    options.output = StandardOutput::counted;
+    reboot();
+    for (const words &form : forms) {
+        const run_result seen = run_tool(form, options);
+        check(seen.output.size() < buffer, "more than one buffer", form);
+        check(seen.writes == (seen.output.empty() ? 0 : 1), "not written at once", form);
+    }
+}
+
 int main(int argc, char **argv)
 {
     find_tool(argc, argv);
@@ -30,5 +44,6 @@ int main(int argc, char **argv)
     with(StandardOutput::full, "standard output full", expected);
     with(StandardOutput::broken, "standard output broken", expected);
     with(StandardOutput::broken_and_deadly, "standard output broken, SIGPIPE deadly", expected);
+    at_once();
     return verdict();
 }

@@ -3,29 +3,6 @@
 #include "tool.h"
 
 #include <random>
-#include <string.h>
-
-// Each open is followed by its request, that by its close; the end may come anywhere between.
-static bool in_order(const std::string &trace)
-{
-    static const char *const events[] = {"open 2 = 0", "request ", "close"};
-    int next = 0;
-    for (size_t at = 0; at < trace.size();) {
-        const size_t end = trace.find('\n', at);
-        if (end == std::string::npos) // half a line
-            return false;
-        const std::string line = trace.substr(at, end - at);
-        at = end + 1;
-        if (line.starts_with("call "))
-            continue;
-        if (!line.starts_with(events[next]))
-            return false;
-        if (next == 1 && (line.find(" sent ") == std::string::npos || line.find(" returned ") == std::string::npos))
-            return false;
-        next = (next + 1) % 3;
-    }
-    return true;
-}
 
 int main(int argc, char **argv)
 {

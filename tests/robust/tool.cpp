@@ -1,8 +1,11 @@
 #include "tool.h"
 
+#include "gateway.h"
 #include "text.h"
 
 #include <fcntl.h>
+#include <memory>
+#include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -29,11 +32,29 @@ void reboot()
     unlink((place + "/state").c_str());
 }
 
+// Returns where it is.
+static std::string write_session(const std::string &fault)
+{
+    const auto session = std::make_unique<gateway_session>();
+    const std::string path = place + "/session";
+    const char *wrong = gateway_read_fault(fault.c_str(), &session->faults[0]);
+    session->fault_count = 1;
+    FILE *file = fopen(path.c_str(), "w");
+    if (wrong != nullptr || file == nullptr ||
+        fwrite(session.get(), offsetof(gateway_session, faults) + sizeof session->faults[0], 1, file) != 1 ||
+        fclose(file) != 0) {
+        printf("%s: %s\n", fault.c_str(), wrong != nullptr ? wrong : path.c_str());
+        exit(2);
+    }
+    return path;
+}
+
 run_result run_tool(const words &arguments, const run_options &options)
 {
     const std::string trace = place + "/trace";
     close(open(trace.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    std::string preload = build + "/" + (options.walk.empty() ? "libkxqos-lab.so" : "libendless.so");
+    const char *device = options.alone ? "libalone.so" : options.walk.empty() ? "libkxqos-lab.so" : "libendless.so";
+    std::string preload = build + "/" + device;
     if (!options.limit.empty())
         preload += ":" + build + "/liblimits.so";
     Command command;
@@ -41,10 +62,12 @@ run_result run_tool(const words &arguments, const run_options &options)
     command.words.insert(command.words.end(), arguments.begin(), arguments.end());
     command.environment = {"LD_PRELOAD=" + preload, "KXQOS_LAB_STATE=" + place + "/state", "KXQOS_LAB_TRACE=" + trace,
                            "ROBUST_LIMIT=" + options.limit, "ROBUST_WALK=" + options.walk};
+    if (!options.fault.empty())
+        command.environment.push_back("KXQOS_LAB_SESSION=" + write_session(options.fault));
     command.standard_output = options.output;
     command.terminate_after = options.killAfter;
     const Outcome outcome = run(command);
-    return {outcome.status, outcome.output, outcome.errors, contents(trace)};
+    return {outcome.status, outcome.output, outcome.errors, contents(trace), outcome.writes};
 }
 
 void check(bool condition, std::string_view what, const words &arguments)
@@ -60,11 +83,32 @@ void check(bool condition, std::string_view what, const words &arguments)
 
 int verdict()
 {
-    for (const char *name : {"/state", "/trace"})
+    for (const char *name : {"/state", "/trace", "/session"})
         unlink((place + name).c_str());
     rmdir(place.c_str());
     printf("%d failures\n", failures);
     return failures == 0 ? 0 : 1;
+}
+
+bool in_order(const std::string &trace)
+{
+    static const char *const events[] = {"open 2 = ", "request ", "close"};
+    int next = 0;
+    for (size_t at = 0; at < trace.size();) {
+        const size_t end = trace.find('\n', at);
+        if (end == std::string::npos) // half a line
+            return false;
+        const std::string line = trace.substr(at, end - at);
+        at = end + 1;
+        if (line.starts_with("call "))
+            continue;
+        if (!line.starts_with(events[next]))
+            return false;
+        if (next == 1 && (line.find(" sent ") == std::string::npos || line.find(" returned ") == std::string::npos))
+            return false;
+        next = line.starts_with("open 2 = -") ? 0 : (next + 1) % 3;
+    }
+    return true;
 }
 
 static std::vector<words> sentences()

@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -55,6 +56,21 @@ struct Pipe {
         std::array<int, 2> ends = {};
         if (pipe2(ends.data(), O_CLOEXEC) != 0)
             give_up(errno, "pipe");
+        take(ends);
+    }
+
+    // One that tells where each write ended.
+    void open_in_packets()
+    {
+        std::array<int, 2> ends = {};
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+            give_up(errno, "socketpair");
+        take(ends);
+    }
+
+  private:
+    void take(const std::array<int, 2> &ends)
+    {
         reading.number = ends[0];
         writing.number = ends[1];
     }
@@ -275,6 +291,8 @@ class Process {
     {
         std::array<char, 65536> buffer;
         const ssize_t size = read(descriptor, buffer.data(), buffer.size());
+        if (size > 0 && &text == &outcome.output)
+            outcome.writes++;
         if (size == 0)
             descriptor = -1;
         else if (size > 0 && (command.output_size == 0 || text.size() < command.output_size))
@@ -303,6 +321,8 @@ Outcome run(const Command &command)
     Pipe errors;
     if (command.standard_output == StandardOutput::captured || is_broken(command.standard_output))
         output.open();
+    if (command.standard_output == StandardOutput::counted)
+        output.open_in_packets();
     if (is_broken(command.standard_output))
         output.reading.reset();
     if (command.captures_errors)

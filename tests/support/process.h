@@ -8,8 +8,9 @@
 #include <vector>
 
 // What standard output is. A broken one is a pipe that nobody reads; SIGPIPE is ignored in the process then, unless it
-// is to be deadly. Everywhere else SIGPIPE has its default action.
-enum class StandardOutput { captured, discarded, closed, full, broken, broken_and_deadly };
+// is to be deadly. Everywhere else SIGPIPE has its default action. Where writes are counted, it is a socket that tells
+// one from the next.
+enum class StandardOutput { captured, counted, discarded, closed, full, broken, broken_and_deadly };
 
 struct Command {
     std::vector<std::string> words;       // the program, looked for in PATH unless it has a slash, and its arguments
@@ -27,9 +28,10 @@ struct Command {
 };
 
 struct Outcome {
-    std::string output; // of standard output, if captured
+    std::string output; // of standard output, if captured or counted
     std::string errors; // of standard error, if captured
     int status = 0;     // 128 + n for signal n
+    int writes = 0;     // to standard output, if counted
     bool hung = false;  // a limit was exceeded; what was written until then is there
 };
 

@@ -24,6 +24,15 @@ TEST(Process, GivesStatusAndWhatWasWritten)
     EXPECT_FALSE(outcome.hung);
 }
 
+TEST(Process, CountsWrites)
+{
+    Command command = shell("echo one; echo two; echo three");
+    command.standard_output = StandardOutput::counted;
+    const Outcome outcome = run(command);
+    EXPECT_EQ(outcome.output, "one\ntwo\nthree\n");
+    EXPECT_EQ(outcome.writes, 3);
+}
+
 TEST(Process, GivesTheSignalThatEndedIt)
 {
     EXPECT_EQ(run(shell("kill -9 $$")).status, 128 + SIGKILL);
