@@ -123,6 +123,8 @@ class Ansible(unittest.TestCase):
 
     def one(self, name, **arguments):
         """The module alone, on one gateway."""
+        if arguments:
+            arguments.setdefault('path', str(self.folder / name / 'kxqos.conf'))
         self.give(name, trace='')
         words = ['-a', json.dumps(arguments)] if arguments else []
         return self.ansible('ansible', name, '-m', 'kxqos.gateway.config', *words)
@@ -247,7 +249,7 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
             self.assertEqual((run.why[name]['msg'], run.why[name]['rc']), (
                 'kxqos-config: gateway.conf:7: Err: Maximum 64 rules of qos profile!: rule 65 action queue 3', 2))
             self.assertEqual((self.requests(name), self.file(name)), ([], FIRST))
-        run = self.one('gw001', content='', path=str(self.folder / 'gw001/kxqos.conf'))
+        run = self.one('gw001', content='')
         self.assertEqual((run.single.get('msg'), run.single.get('rc')),
                          ('kxqos-config: content: names nothing; to have nothing, write "qos disable"', 2), run.out)
         self.assertEqual((self.requests('gw001'), self.file('gw001')), ([], FIRST))

@@ -34,6 +34,7 @@ said() {
 is clang-format 'Debian clang-format version 19.1.7 (3+b1)'
 is clang-tidy 'Debian LLVM version 19.1.7' '  Optimized build.'
 is cppcheck 'Cppcheck 2.17.1'
+is ansible-lint 'ansible-lint 25.2.1 using ansible-core:2.19.0'
 skip='skip: the tree is held to'
 same 'clang-format 19' "$skip clang-format 14, and here is 19.1.7
 = 77" "$(said scripts/lint/format)"
@@ -44,16 +45,20 @@ same 'clang-tidy 19' "$skip clang-tidy 14, and here is 19.1.7
 = 77" "$(said scripts/lint/tidy "$work")"
 same 'cppcheck 2.17' "$skip cppcheck 2.10, and here is 2.17.1
 = 77" "$(said scripts/lint/cppcheck)"
+same 'ansible-lint 25.2' "$skip ansible-lint 6.13, and here is 25.2.1
+= 77" "$(said scripts/lint/ansible)"
 
 # As Debian 12 has them.
 is clang-format 'Debian clang-format version 14.0.6'
 is clang-tidy 'Debian LLVM version 14.0.6' '  Optimized build.'
 is cppcheck 'Cppcheck 2.10'
+is ansible-lint 'ansible-lint 6.13.1 using ansible 2.14.18'
 same 'clang-format 14' '= 123' "$(said scripts/lint/format)" # xargs says that it failed
-for linter in clang-format clang-tidy cppcheck; do
+for linter in clang-format clang-tidy cppcheck ansible-lint; do
     same "Debian 12's $linter" '= 0' "$(said scripts/lint/held $linter)"
 done
 same "Debian 12's cppcheck finds something" '= 9' "$(said scripts/lint/cppcheck)"
+same "Debian 12's ansible-lint finds something" '= 9' "$(said scripts/lint/ansible)"
 is clang-tidy 'LLVM (http://llvm.org/):' '  LLVM version 14.0.6' '  Optimized build.'
 same "LLVM's own clang-tidy 14" '= 0' "$(said scripts/lint/held clang-tidy)"
 # Numbers, not texts that begin alike.
