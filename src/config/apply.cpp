@@ -26,6 +26,8 @@ static int read_both(const char *name, unsigned waitSeconds, bool *whole)
         return status_refused;
     hold_signals();
     *whole = read_gateway(&present, &wanted_names, &wanted);
+    if (switch_is_unsure())
+        present.unread |= unsure_switch;
     // The flags are set as one word, of which the others stay.
     const uint32_t named = wanted_names.debugBits;
     wanted.debug = (wanted.debug & named) | (present.debug & ~named);
@@ -162,9 +164,8 @@ static int confirm(const attempt &attempt, unsigned seconds)
     return put_back(attempt);
 }
 
-static int change_gateway(bool whole, const options &options)
+static int change_gateway(bool whole, bool keepGoing, const options &options)
 {
-    const bool keepGoing = (options.given & option_keep_going) != 0;
     attempt attempt = {{&present, &wanted, wanted_names.refreshWord}, 0, !whole, false};
     send_all(keepGoing, &attempt);
     if (keepGoing)
@@ -188,11 +189,15 @@ int apply(const char *name, const options &options)
     const int status = read_both(name, options.waitSeconds, &whole);
     if (status != status_done)
         return status;
-    if (!whole && (options.given & option_keep_going) == 0) {
+    const bool keepGoing = (options.given & option_keep_going) != 0;
+    if (!whole && !keepGoing) {
         say("nothing was changed");
         return status_failed;
     }
-    const int result = change_gateway(whole, options);
+    const int result = change_gateway(whole, keepGoing, options);
+    // Nor is it known better when less than all was done and undone.
+    if (result == status_done || (result == status_failed && !keepGoing && (present.unread & unsure_switch) == 0))
+        mark_switch(false);
     // The library may have printed; that this was lost is the lesser news.
     return finish_standard_output() || result != status_done ? result : status_failed;
 }

@@ -102,6 +102,12 @@ static bool print_simple(const change &change, const configuration &from, const 
     }
 }
 
+static void print_limit(const kxqos_rl_t &db, const change &change, bool addition)
+{
+    const limit_table table = table_of(&db, change.mode);
+    print_entry(table, limit_at(table, change.index), addition);
+}
+
 void print_change(const change &change, const configuration &from, const configuration &to, const names &names,
                   const file &file)
 {
@@ -117,18 +123,16 @@ void print_change(const change &change, const configuration &from, const configu
     case change_kind::limits_write:
         print_database(from.limits[change.upDir], to.limits[change.upDir]);
         break;
+    case change_kind::limit_install: // mostly by a change of the database
+        if ((from.unread & unsure_switch) != 0)
+            print_limit(to.limits[change.upDir], change, true);
+        break;
     case change_kind::debug_set:
         print_debug_commands((from.debug ^ to.debug) & names.debugBits, to.debug);
         break;
     default:
         break;
     }
-}
-
-static void print_limit(const kxqos_rl_t &db, const change &change, bool addition)
-{
-    const limit_table table = table_of(&db, change.mode);
-    print_entry(table, limit_at(table, change.index), addition);
 }
 
 void print_change_briefly(const change &change, const configuration &from, const configuration &to)

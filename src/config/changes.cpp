@@ -85,41 +85,38 @@ static void list_deleted_rules(const configuration &from, const configuration &t
             add(list, change_kind::rule_delete, at);
 }
 
-// Of one table in the switch: what goes, then what comes; a limit that changes its rate goes just before it comes.
-static void list_table(const kxqos_rl_t &former, const kxqos_rl_t &wanted, int upDir, int mode, change_list *list)
+// What of the table in force in one database does not stand in the other's; all of it when the mode differs, or when it
+// is not known whether the switch has it.
+static void list_limits_of(const kxqos_rl_t &database, const kxqos_rl_t &other, bool unsure, change_kind kind,
+                           change_list *list)
 {
-    if (mode < first_table || mode > last_table)
+    if (database.mode < first_table || database.mode > last_table)
         return;
-    const limit_table from = table_of(&former, mode);
-    const limit_table to = table_of(&wanted, mode);
-    for (int i = 0; i < count_limits(from); i++)
-        if (find_limit(to, limit_at(from, i)) < 0)
-            add_limit(list, change_kind::limit_remove, upDir, mode, i);
-    for (int i = 0; i < count_limits(to); i++) {
-        const char *limit = limit_at(to, i);
-        const int at = find_limit(from, limit);
-        if (at >= 0 && rate_of(from, limit_at(from, at)) == rate_of(to, limit))
-            continue;
-        if (at >= 0)
-            add_limit(list, change_kind::limit_remove, upDir, mode, at);
-        add_limit(list, change_kind::limit_install, upDir, mode, i);
+    const limit_table table = table_of(&database, database.mode);
+    const limit_table others = table_of(&other, database.mode);
+    for (int i = 0; i < count_limits(table); i++) {
+        const char *limit = limit_at(table, i);
+        const int at = find_limit(others, limit);
+        if (unsure || database.mode != other.mode || at < 0 ||
+            rate_of(table, limit) != rate_of(others, limit_at(others, at)))
+            add_limit(list, kind, database.upDir, database.mode, i);
     }
 }
 
+// What goes leaves the switch before the database, and what comes is in the database before the switch. So whatever is
+// in the switch is named by the database, and an apply that was killed leaves nothing that the next cannot know of.
 static void list_limits(const configuration &from, const configuration &to, int upDir, change_list *list)
 {
-    static kxqos_rl_t nothing;
     const kxqos_rl_t &former = from.limits[upDir];
     const kxqos_rl_t &wanted = to.limits[upDir];
-    if ((from.unread & unread_limits(upDir)) != 0 || equal_databases(former, wanted))
+    const bool unsure = (from.unread & unsure_switch) != 0;
+    const bool same = equal_databases(former, wanted);
+    if ((from.unread & unread_limits(upDir)) != 0 || (same && !unsure))
         return;
-    if (former.mode == wanted.mode) {
-        list_table(former, wanted, upDir, wanted.mode, list);
-    } else {
-        list_table(former, nothing, upDir, former.mode, list);
-        list_table(nothing, wanted, upDir, wanted.mode, list);
-    }
-    add_limit(list, change_kind::limits_write, upDir, wanted.mode, 0);
+    list_limits_of(former, wanted, unsure, change_kind::limit_remove, list);
+    if (!same)
+        add_limit(list, change_kind::limits_write, upDir, wanted.mode, 0);
+    list_limits_of(wanted, former, unsure, change_kind::limit_install, list);
 }
 
 static void list_debug(const configuration &from, const configuration &to, const names *names, change_list *list)

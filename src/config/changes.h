@@ -18,7 +18,7 @@ enum class change_kind : uint8_t {
     rule_delete,     // the same
     rule_reset,      // index: the profile
     limit_remove,    // index: the entry of the former table, from the switch
-    limit_install,   // index: the entry of the new table, in the switch
+    limit_install,   // index: the entry of the new table, in the switch, once the database has it
     limits_write,    // the database of a direction
     debug_set,
 };
@@ -30,7 +30,7 @@ struct change {
     int16_t index;
 };
 
-inline constexpr int limit_changes_most = 3 * KXQOS_RL_IP_ENTRIES + 1;
+inline constexpr int limit_changes_most = 2 * KXQOS_RL_IP_ENTRIES + 1;
 inline constexpr int changes_most =
     1 + KXQOS_COUNTER_LAST + switch_count + KXQOS_BUCKET_LAST + rule_places + 2 * limit_changes_most + 1;
 

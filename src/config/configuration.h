@@ -57,6 +57,9 @@ constexpr uint32_t unread_limits(int upDir)
     return unread_buckets << (2 + upDir);
 }
 
+// Beside them: the switch may lack limits that the databases name, as an apply that was killed leaves it.
+inline constexpr uint32_t unsure_switch = unread_buckets << 4;
+
 struct configuration {
     const kxqos_rule_t *rules[rule_places];         // profile after profile, by id; null is a free place
     kxqos_rule_t kept[rule_places];                 // where they are kept, unless another configuration has the same

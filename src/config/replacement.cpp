@@ -60,9 +60,11 @@ bool begin_replacement(const char *name, replacement *replacement)
     struct stat old;
     if (!find_file(name, replacement, &old))
         return false;
-    snprintf(replacement->temporary, sizeof replacement->temporary, "%s.XXXXXX", replacement->file);
+    snprintf(replacement->temporary, sizeof replacement->temporary, "%s.saving", replacement->file);
     hold_signals();
-    const int fd = mkstemp(replacement->temporary);
+    unlink(replacement->temporary);
+    // Whatever else has that name is left alone, wherever it leads to.
+    const int fd = open(replacement->temporary, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0)
         return refuse(replacement->file, strerror(errno));
     if (!take_after(fd, old) || dup2(fd, STDOUT_FILENO) < 0) {

@@ -49,11 +49,13 @@ int save(const char *name, const options &options)
     if (!open_gateway(options.waitSeconds))
         return status_refused;
     const bool whole = read_gateway(&held, nullptr, nullptr);
-    unlock_gateway();
     const bool lossy = (options.given & option_lossy) != 0;
     if (!whole || (leave_out_unfaithful(&held) != 0 && !lossy)) {
         say("nothing is saved");
         return status_failed;
     }
-    return equals(name, "-") ? save_to_standard_output() : save_to_file(name);
+    if (!equals(name, "-"))
+        return save_to_file(name); // locked, for one at a time may make it
+    unlock_gateway();
+    return save_to_standard_output();
 }

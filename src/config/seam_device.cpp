@@ -11,6 +11,7 @@
 #include <string.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -55,6 +56,27 @@ bool open_gateway(unsigned seconds)
 void unlock_gateway()
 {
     flock(descriptor, LOCK_UN);
+}
+
+// As it was when it was last looked at or changed.
+static mode_t device_mode;
+
+bool switch_is_unsure()
+{
+    struct stat status;
+    status.st_mode = 0;
+    fstat(descriptor, &status);
+    device_mode = status.st_mode & 07777;
+    return (device_mode & S_ISVTX) != 0;
+}
+
+void mark_switch(bool unsure)
+{
+    const mode_t mode = unsure ? device_mode | S_ISVTX : device_mode & ~static_cast<mode_t>(S_ISVTX);
+    if (mode == device_mode)
+        return;
+    device_mode = mode;
+    fchmod(descriptor, mode);
 }
 
 void use_gateway()

@@ -13,6 +13,12 @@ bool open_gateway(unsigned seconds);
 // Lets the next one in; requests can still be made.
 void unlock_gateway();
 
+// Whether the switch may lack limits that the databases name. A mark on the device itself, its sticky bit, which means
+// nothing else there: it outlives a process that is killed, and goes with the module. Who does not own the device
+// leaves none.
+bool switch_is_unsure();
+void mark_switch(bool unsure);
+
 // Every request goes to the gateway from now on, which must be open.
 void use_gateway();
 

@@ -81,6 +81,7 @@ static const char *send_limit(const kxqos_rl_t &db, const change &change, bool e
 {
     static char failure[48];
     const limit_table table = table_of(&db, change.mode);
+    mark_switch(true);
     expect_output(); // the library may print
     const int result = switch_entry(table, limit_at(table, change.index), enable);
     if (result == 0)

@@ -44,12 +44,12 @@ class Apply(GatewayTest):
     def test_everything_to_an_empty_gateway(self):
         ran = self.config('apply', self.file(FULL))
         self.says(ran, 0)
-        # A counter, the buckets, the rules; each direction's limits in the switch and in the module; the switches, the
+        # A counter, the buckets, the rules; each direction's limits in the module and in the switch; the switches, the
         # flags, and QoS last. The direction of a port is inverted.
         self.assertEqual(ran.changes, [
             25, 8, 8, 13, 13, 13,
-            f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0', 19, 19,
-            f'{PORT} 3 1 1 10 = 0', 19, 19,
+            19, 19, f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0',
+            19, 19, f'{PORT} 3 1 1 10 = 0',
             32, 34, 1, 28])
         sent = [sent for number, _, sent in ran.requests if number not in (17, 20, 19)]
         self.assertIn(rule_bytes(0, 5, (20, '0700'), (92, 'ffff'), (212, '10'), (220, '0300'), (224, '02')), sent)
@@ -175,8 +175,8 @@ limit down add port 3 rate 10 \n!
         for text, changes in (
                 # One goes, one comes, one changes its rate: that one is removed with the old, as the tool does it.
                 (vlans.replace('rate 20', 'rate 25') + 'limit up add vlan 4 rate 40\n',
-                 [f'{VLAN} 3 1 0 30 = 0', f'{VLAN} 2 1 0 20 = 0', f'{VLAN} 2 1 1 25 = 0', f'{VLAN} 4 1 1 40 = 0',
-                  19, 19]),
+                 [f'{VLAN} 2 1 0 20 = 0', f'{VLAN} 3 1 0 30 = 0', 19, 19,
+                  f'{VLAN} 2 1 1 25 = 0', f'{VLAN} 4 1 1 40 = 0']),
                 # Another order is nothing to the switch.
                 ('limit up add vlan 4 rate 40\n' + vlans.replace('rate 20', 'rate 25'), [19, 19]),
                 # Nor is a table that is not in force.
@@ -185,18 +185,18 @@ limit down add port 3 rate 10 \n!
                 # Another mode: all of the one table, then all of the other.
                 ('limit up add vlan 4 rate 40\nlimit up mode ip\n'
                  'limit up add ip 1.2.3.4 rate 50\nlimit up add ip6 ::1~::2 rate 60\n',
-                 [f'{VLAN} 4 1 0 40 = 0', f'{VLAN} 1 1 0 10 = 0', f'{VLAN} 2 1 0 25 = 0',
-                  f'{IPV4} 1.2.3.4 1.2.3.4 1 1 50 = 0', 'libkx_switchApi_ipv6SetRateLimit ::1 ::2 1 1 60 = 0', 19, 19]),
+                 [f'{VLAN} 4 1 0 40 = 0', f'{VLAN} 1 1 0 10 = 0', f'{VLAN} 2 1 0 25 = 0', 19, 19,
+                  f'{IPV4} 1.2.3.4 1.2.3.4 1 1 50 = 0', 'libkx_switchApi_ipv6SetRateLimit ::1 ::2 1 1 60 = 0']),
                 ('limit down mode port\nlimit down add port 0 rate 7\n',
                  [f'{IPV4} 1.2.3.4 1.2.3.4 1 0 50 = 0', 'libkx_switchApi_ipv6SetRateLimit ::1 ::2 1 0 60 = 0', 19, 19,
-                  f'{PORT} 0 1 1 7 = 0', 19, 19])):
+                  19, 19, f'{PORT} 0 1 1 7 = 0'])):
             self.assertEqual(self.applied(text), changes, text)
             self.assertEqual(self.applied(text), [], text)
 
     def test_another_mode_alone(self):
         self.applied(FULL)
         self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode ip')),
-                         [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', f'{IPV4} 1.2.3.4 1.2.3.4 1 1 5 = 0', 19, 19])
+                         [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', 19, 19, f'{IPV4} 1.2.3.4 1.2.3.4 1 1 5 = 0'])
         self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode disable')),
                          [f'{IPV4} 1.2.3.4 1.2.3.4 1 0 5 = 0', 19, 19])
 

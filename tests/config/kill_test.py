@@ -15,6 +15,34 @@ from gateway import BUILT, CONFIG, GatewayTest
 TRIALS = int(os.environ.get('TRIALS', '20'))
 
 
+# Limits of each kind: those that stay, go, come and change their rate, and a change of mode. For the third file some of what
+# an apply of the second removed has to be there again, and what it installed has to go.
+BEGUN = '''limit up mode vlan
+limit up add vlan 1 rate 1
+limit up add vlan 2 rate 2
+limit up add vlan 3 rate 3
+limit down mode port
+limit down add port 3 rate 10
+limit down add ip 10.0.0.1 rate 7
+'''
+KILLED = '''limit up mode vlan
+limit up add vlan 1 rate 1
+limit up add vlan 2 rate 20
+limit up add vlan 4 rate 4
+limit down mode ip
+limit down add ip 10.0.0.1 rate 7
+limit down add ip 10.0.0.2 rate 8
+'''
+THIRD = '''limit up mode vlan
+limit up add vlan 2 rate 2
+limit up add vlan 3 rate 3
+limit up add vlan 5 rate 5
+limit down mode port
+limit down add port 3 rate 10
+limit down add port 4 rate 10
+'''
+
+
 class KillTest(GatewayTest):
     def setUp(self):
         super().setUp()
@@ -54,6 +82,7 @@ class KillTest(GatewayTest):
         ran = self.config('apply', '--wait', '0', self.paths[text])
         self.says(ran, 0)
         self.assertEqual(self.held(), self.ends[text][0], hint)
+        self.assertEqual(self.config('apply', self.paths[text]).changes, [], hint)
 
     def killed_after(self, seconds, *words):
         program = self.begin(*words)
@@ -70,6 +99,69 @@ class Apply(KillTest):
             self.applied(FULL)
             self.assertEqual(self.config('apply', self.paths[OTHER], faults=[f'request#{at}=kill']).status, 137)
             self.reached(OTHER, at)
+
+    def test_killed_between_two_steps_and_then_another_file(self):
+        path = self.file(KILLED, 'killed')
+        for text in BEGUN, THIRD:
+            self.applied(text)
+            end = self.held()
+            at, deaths = 1, 0
+            while True:
+                self.applied(BEGUN)
+                if not self.killed_at_write(at, path):
+                    break
+                deaths += 1
+                self.applied(text)
+                self.assertEqual(self.held(), end, (at, text))
+                self.assertEqual(self.applied(text), [], (at, text))
+                at += 1
+            self.assertGreaterEqual(deaths, 11, text)  # 7 calls and twice 2 requests are on the way
+
+    def killed_at_write(self, at, path):
+        """An apply that is killed when the lab's gateway is to be written for the so manieth time."""
+        environment = {**os.environ, 'ASAN_OPTIONS': os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0'}
+        ran = self.run_words('strace', '-qq', '-o', '/dev/null', '-e', 'trace=pwrite64', '-e',
+                             f'inject=pwrite64:signal=SIGKILL:when={at}', CONFIG, 'apply', path, env=environment)
+        self.assertIn(ran.status, (0, 137), ran.err)
+        return ran.status != 0
+
+    def kill_after_removals(self):
+        """An apply that has removed limits from the switch and not yet written the database."""
+        path = self.file(KILLED, 'killed')
+        self.applied(BEGUN)
+        end, at = self.held(), 1
+        while self.held() == end:
+            self.applied(BEGUN)
+            self.assertTrue(self.killed_at_write(at, path))
+            at += 1
+        self.assertEqual(self.shown(), self.shown_by(BEGUN))
+
+    def shown_by(self, text):
+        state, self.state = self.state, self.folder / 'another'
+        self.applied(text)
+        shown, self.state = self.shown(), state
+        return shown
+
+    def test_it_is_known_until_an_apply_has_worked(self):
+        self.applied(THIRD)
+        end = self.held()
+        for options, faults, changes in (([], ['8#1=fail'], [8, 9]), (['--keep-going'], ['20#1=fail', '20#2=fail'], [8])):
+            self.kill_after_removals()
+            ran = self.config('apply', *options, self.file('bucket 1 rate 64\n' + THIRD), faults=faults)
+            self.assertEqual((ran.status, ran.changes), (1, changes))
+            self.applied(THIRD)
+            self.assertEqual(self.held(), end)
+
+    def test_diff_tells_it(self):
+        self.applied(BEGUN)
+        end = self.held()
+        self.kill_after_removals()
+        ran = self.config('diff', self.file(BEGUN))
+        self.says(ran, 1)
+        self.assertEqual(ran.out.decode(), 'limit up add vlan 1 rate 1 \nlimit up add vlan 2 rate 2 \n'
+                                           'limit up add vlan 3 rate 3 \nlimit down add port 3 rate 10 \n')
+        self.says(self.config('run', '-', input=ran.out), 0)
+        self.assertEqual(self.held(), end)
 
     def test_killed_at_any_moment(self):
         self.applied(FULL)
@@ -89,7 +181,7 @@ class Save(KillTest):
         self.applied(OTHER)
         longest = self.seconds('save', str(saved)) * 1.2
         old, new = self.ends[FULL][1], self.config('save', '-').out
-        seen = {old: 0, new: 0}
+        seen, left = {old: 0, new: 0}, set()
         for trial in range(TRIALS):
             saved.write_bytes(old)
             # The first at once, so that one is killed; of the others, the later the more is at stake.
@@ -97,11 +189,12 @@ class Save(KillTest):
             found = saved.read_bytes()
             self.assertIn(found, (old, new), f'seed {self.seed}, trial {trial}')
             seen[found] += 1
+            left.update(path.name for path in self.folder.glob('saved*'))
             self.assertEqual(self.config('save', '--wait', '0', str(saved)).status, 0)
             self.assertEqual(saved.read_bytes(), new)
-            for left in self.folder.glob('saved.*'):
-                left.unlink()
+            self.assertEqual(list(self.folder.glob('saved.*')), [])
         self.assertGreater(seen[old], 0)
+        self.assertLessEqual(left, {'saved', 'saved.saving'})
 
     def test_killed_in_each_request(self):
         saved = self.folder / 'saved'

@@ -169,6 +169,36 @@ class Save(GatewayTest):
         self.assertTrue(link.is_symlink())
         self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
 
+    def test_what_stands_in_the_temporary_files_place(self):
+        # One that was left by a save that was killed; what somebody planted, to be written through or kept open.
+        self.applied(FULL)
+        other, temporary = self.folder / 'other', self.folder / 'saved.saving'
+        other.write_text('other')
+        for plant in (lambda: temporary.write_text('left'), lambda: temporary.symlink_to('other'),
+                      lambda: os.link(other, temporary), lambda: os.mkfifo(temporary)):
+            plant()
+            self.says(self.save(), 0)
+            self.assertEqual(self.saved.read_text(), COMMENTS + self.shown() + TAIL)
+            self.assertEqual((self.saved.is_symlink(), self.saved.stat().st_nlink, other.read_text()), (False, 1, 'other'))
+            self.assertFalse(temporary.exists())
+        temporary.mkdir()
+        self.says(self.save(), 1, f'{self.saved}: File exists; it is left as it was')
+        self.assertTrue(temporary.is_dir())
+
+    def test_two_saves_of_one_file(self):
+        # The second waits for the first to have written, and does not take its temporary file away.
+        self.applied(FULL)
+        words = self.words('strace', '-qq', '-o', '/dev/null', '-e', 'trace=fsync', '-e',
+                           'inject=fsync:delay_enter=1000000:when=1', CONFIG, 'save', str(self.saved))
+        environment = dict(os.environ, ASAN_OPTIONS=os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0')
+        with subprocess.Popen(words, stderr=subprocess.PIPE, env=environment) as first:
+            while not (self.folder / 'saved.saving').exists():
+                self.assertIsNone(first.poll())
+            self.says(self.save('--wait', '0'), 2, 'another kxqos-config is at work on the gateway')
+            self.says(self.save(), 0)
+            self.assertEqual((first.communicate(timeout=30)[1], first.returncode), (b'', 0))
+        self.assertEqual(self.saved.read_text(), COMMENTS + self.shown() + TAIL)
+
     def test_what_is_no_file_is_left_alone(self):
         os.mkfifo(self.folder / 'fifo')
         for file in self.folder / 'fifo', self.folder, pathlib.Path('/dev/null'):
