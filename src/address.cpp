@@ -1,5 +1,7 @@
 #include "address.h"
+#include "loss.h"
 #include "output.h"
+#include "words.h"
 
 #include <arpa/inet.h>
 #include <string.h>
@@ -32,12 +34,19 @@ static divided_word divide(const char *text)
     return {text, mark != nullptr ? mark : end, end};
 }
 
-// Copies the text from begin up to end or its terminator, or as much of it as fits, and terminates it.
-static void cut(char *copy, int size, const char *begin, const char *end)
+static void lose_end()
+{
+    lose("the end of the address");
+}
+
+// Copies the text from begin up to end or its terminator, or as much of it as fits, and terminates it. Returns whether
+// all of it did. Inline: that costs nothing where nobody asks.
+[[gnu::always_inline]] static inline bool cut(char *copy, int size, const char *begin, const char *end)
 {
     for (; size > 1 && begin != end && *begin != '\0'; size--)
         *copy++ = *begin++;
     *copy = '\0';
+    return begin == end || *begin == '\0';
 }
 
 // Six groups of one or two digits, as glibc's ether_aton reads them; other libraries' take other words.
@@ -59,6 +68,8 @@ static int read_mac(const char *text, const char *end, unsigned char *mac)
         if (i == mac_size) {
             if (!two && text != end && !is_blank(*text))
                 return -1;
+            if (text != end)
+                lose_end();
             memcpy(mac, bytes, mac_size);
             return 0;
         }
@@ -91,7 +102,7 @@ int parse_mac_addr(const char *argStr, unsigned char *mac, unsigned char *mask, 
 static int read_ipv4(const char *begin, const char *end, u32 *ipaddr)
 {
     char copy[20];
-    cut(copy, sizeof copy, begin, end);
+    const bool whole = cut(copy, sizeof copy, begin, end);
     const char *piece = copy;
     u32 address = 0;
     for (int i = 0; i < 4; i++) {
@@ -102,6 +113,8 @@ static int read_ipv4(const char *begin, const char *end, u32 *ipaddr)
         address = address << 8 | static_cast<u32>(octet);
         piece = stop + 1;
     }
+    if (!whole)
+        lose_end();
     *ipaddr = address;
     return 0;
 }
@@ -120,6 +133,8 @@ int ip_mask(const char *mask, u32 *ipMask)
     if (*stop != '\0' || length > 32)
         return -1;
     // kept: length 0 is all ones like 32, and so is no text at all
+    if (length == 0 && *mask != '\0')
+        lose("the prefix length 0");
     *ipMask = length == 0 ? 0xFFFFFFFF : 0xFFFFFFFF << (32 - length);
     return 0;
 }
@@ -131,6 +146,8 @@ int parse_ip_addr(const char *argStr, u32 *ipAddr, u32 *ipMask, int *rangeMode, 
     *inverseFlag = *argStr == '!';
     const divided_word word = divide(argStr + *inverseFlag);
     const char mark = *word.mark;
+    if (mark == '/' && word.mark + 1 == word.end)
+        lose("the mask");
     // kept: the end of a range is read as a mask is, so it may be a prefix length
     if (mark == '\0')
         *ipMask = 0xFFFFFFFF;
@@ -192,8 +209,11 @@ static int parse_ipv6_masked(const char *text, const char *maskText, in6_addr *a
     else
         memset(msk, 0xFF, sizeof *msk);
     // With an empty mask the address does not matter, not even a bad one.
-    if (IN6_IS_ADDR_UNSPECIFIED(msk))
+    if (IN6_IS_ADDR_UNSPECIFIED(msk)) {
+        if (!equals(text, "::"))
+            lose("the address");
         text = "::";
+    }
     if (numeric_to_addr(text, addr) != 0) {
         print("Invalid IPv6 Address '%s' specified", text); // kept: no newline
         return -1;
@@ -209,7 +229,8 @@ int parse_ipv6_addr(const char *address, in6_addr *addr, in6_addr *msk, int *ran
         return -1;
     *inverseFlag = *address == '!';
     char copy[256];
-    cut(copy, sizeof copy, address + *inverseFlag, nullptr);
+    if (!cut(copy, sizeof copy, address + *inverseFlag, nullptr))
+        lose_end();
 
     const divided_word word = divide(copy);
     const char mark = *word.mark;

@@ -63,6 +63,11 @@ static void dump_switches()
 void show_running_configuation()
 {
     separator();
+    show_running_parts();
+}
+
+void show_running_parts()
+{
     u32 state = 0;
     if (read_state(KXQOS_STATE_GET, &state))
         print("qos %s\n", state != 0 ? "enable" : "disable");

@@ -4,11 +4,14 @@
 #include "limit_db.h"
 #include "limit_hardware.h"
 #include "limit_show.h"
+#include "loss.h"
 #include "number.h"
 #include "output.h"
 #include "record.h"
 #include "usage.h"
 #include "words.h"
+
+#include <string.h>
 
 static int usage_and_fail()
 {
@@ -73,7 +76,7 @@ static int change_ip_limit(kxqos_rl_t *db, const limit_words &words, bool ipv6, 
     limit.isIpv6 = ipv6 ? 1 : 0;
     limit.rate = rate;
     int rangeMode = 0;
-    int inverseFlag = 0; // taken, and ignored
+    int inverseFlag = 0;
     if (ipv6) {
         if (parse_ipv6_addr(words.key, &limit.ip_min.ipv6Addr, &limit.ip_max.ipv6Addr, &rangeMode, &inverseFlag) != 0)
             return format_error("ip6 address");
@@ -81,6 +84,11 @@ static int change_ip_limit(kxqos_rl_t *db, const limit_words &words, bool ipv6, 
         if (parse_ip_addr(words.key, &limit.ip_min.ipv4Addr, &limit.ip_max.ipv4Addr, &rangeMode, &inverseFlag) != 0)
             return format_error("ip address");
     }
+    // kept: both are taken, and neither counts
+    if (inverseFlag != 0)
+        lose("the \"!\"");
+    if (strchr(words.key, '/') != nullptr)
+        lose("the mask");
     if (rangeMode == 0) // a mask does not make a range
         limit.ip_max = limit.ip_min;
     const auto change = words.addition ? add_ip_rate_limit : del_ip_rate_limit;

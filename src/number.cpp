@@ -1,5 +1,8 @@
 #include "number.h"
+#include "loss.h"
 #include "output.h"
+
+#include <string.h>
 
 // kept: the largest mask of a match value, whatever the field's own maximum
 static constexpr u32 mask_maximum = 65535;
@@ -22,8 +25,10 @@ unsigned long long read_number(const char *text, const char **stop, u32 base)
 {
     const unsigned long long largest = base == 0 ? ~0ULL : ~0ULL >> 1;
     *stop = text;
-    while (is_blank(*text))
+    while (is_blank(*text)) {
+        lose("a blank");
         text++;
+    }
     const bool negative = *text == '-';
     if (negative || *text == '+')
         text++;
@@ -48,6 +53,8 @@ unsigned long long read_number(const char *text, const char **stop, u32 base)
         value = value * base + digit;
         *stop = ++text;
     }
+    if (overflow || value > (negative ? 0x80000000 : 0xFFFFFFFF)) // -1 is the highest number of 32 bits, too
+        lose("the high bits of a number");
     if (overflow)
         return ~0ULL;
     return negative ? -value : value;
@@ -168,6 +175,8 @@ static int parse_narrow_with_range(const char *argStr, Narrow *begin, Narrow *en
     if (parse_u32_with_range(argStr, &wideBegin, &wideEnd, min, max, rangeMode, inverseFlag) != 0)
         return -1;
     // kept: a mask wider than the field loses its upper bits
+    if (*rangeMode == 0 && wideEnd > static_cast<Narrow>(~0) && strchr(argStr, '/') != nullptr)
+        lose("the high bits of the mask");
     *begin = static_cast<Narrow>(wideBegin);
     *end = static_cast<Narrow>(wideEnd);
     return 0;

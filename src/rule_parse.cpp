@@ -2,6 +2,7 @@
 
 #include "action_fields.h"
 #include "address.h"
+#include "loss.h"
 #include "match_fields.h"
 #include "number.h"
 #include "output.h"
@@ -35,6 +36,10 @@ static int parse_port_map(const match_field &row, const char *text, void *value,
 {
     u32 unused = 0; // kept: a map has neither mask nor range, and what was given of either is dropped
     const int result = parse_number_value(row, text, value, &unused, flags);
+    if (flags->range != 0)
+        lose("the range");
+    else if (result == 0 && strchr(text, '/') != nullptr)
+        lose("the mask");
     flags->range = 0;
     return result;
 }
@@ -86,6 +91,7 @@ static int parse_match_field(int field, const char *text, kxqos_rule_t *rule)
 {
     const match_field &row = match_fields[field];
     value_flags flags = {};
+    begin_match_field(rule, field);
     if (parse_value(row, text, rule, &flags) != 0) {
         report_bad_value(row);
         return -1;
@@ -93,6 +99,8 @@ static int parse_match_field(int field, const char *text, kxqos_rule_t *rule)
     // kept: the mode of protocol bits is left as it was, though a range is stored
     if (row.kind != match_kind::protocol_bits)
         set_field(rule->fieldMode, field, flags.range != 0);
+    else if (flags.range != 0)
+        lose("the range");
     set_field(rule->fieldInverse, field, flags.inverse != 0);
     set_field(rule->fieldSel, field, true);
     return 0;
@@ -135,6 +143,8 @@ static int parse_action(int number, const char *text, kxqos_rule_t *rule)
             return -1;
         set_action_value(&rule->action, row, value);
     }
+    if ((rule->action.actionFlag >> number & 1) != 0)
+        lose("an action given before");
     rule->action.actionFlag |= 1U << number;
     return 0;
 }

@@ -2,13 +2,14 @@
 
 #include "action_fields.h"
 #include "match_fields.h"
+#include "words.h"
 
 #include <string.h>
 
 static bool equal_values(const match_field &row, const void *a, const void *b)
 {
     if (row.kind == match_kind::device)
-        return strncmp(static_cast<const char *>(a), static_cast<const char *>(b), row.size) == 0;
+        return begins(static_cast<const char *>(a), static_cast<const char *>(b), row.size);
     // What stands after an IPv4 address is left from another field.
     return memcmp(a, b, row.kind == match_kind::ipv4 ? sizeof(uint32_t) : row.size) == 0;
 }

@@ -19,10 +19,11 @@ static names places; // of no use here
 static const char *replay_printed()
 {
     static line line;
-    static char text[4096]; // more than all fields of a rule take
+    constexpr size_t most = 4096; // more than all fields of a rule take
+    static char text[most + line_reserve];
     const char *shown = printed();
     const size_t size = strcspn(shown, "\n");
-    if (size >= sizeof text || shown[size] != '\n' || shown[size + 1] != '\0')
+    if (size >= most || shown[size] != '\n' || shown[size + 1] != '\0')
         return "a newline in a name";
     memcpy(text, shown, size + 1); // what is printed by the replay takes its place
     divide_line(text, static_cast<uint32_t>(size), &line);

@@ -3,6 +3,7 @@
 #include "message.h"
 #include "words.h"
 
+#include <endian.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <string.h>
@@ -74,9 +75,10 @@ static bool check_bytes(const file &file)
     return true;
 }
 
-bool load_file(const char *name, file *loaded)
+// Once for a file, so small rather than fast; as is what else is no line's.
+[[gnu::cold]] bool load_file(const char *name, file *loaded)
 {
-    static char text[size_most + 1];
+    static char text[size_most + line_reserve];
     const bool standard = equals(name, "-");
     const int fd = standard ? STDIN_FILENO : open_file(name);
     if (fd < 0)
@@ -94,15 +96,34 @@ static bool is_blank(char c)
     return c == ' ' || c == '\t' || c == '\0';
 }
 
+// What most words are made of, and what stands behind a line is not.
+static bool is_printed(char c)
+{
+    return static_cast<unsigned char>(c) > ' ';
+}
+
+// Eight characters at once, because most words are no longer. The highest bit of each byte that is no such character
+// is set, of the first for certain: 0x21 is taken from each byte, and what is borrowed goes upwards.
+static char *skip_printed(char *text)
+{
+    constexpr uint64_t each = 0x0101010101010101;
+    for (;; text += sizeof each) {
+        uint64_t bytes = 0;
+        memcpy(&bytes, text, sizeof bytes);
+        bytes = le64toh(bytes);
+        const uint64_t others = (bytes - each * 0x21) & ~bytes & each * 0x80;
+        if (others != 0)
+            return text + __builtin_ctzll(others) / 8;
+    }
+}
+
 // What stands behind a line ends its last word too.
 static char *word_end(char *text, const char *end)
 {
-    for (;; text++) {
-        while (static_cast<unsigned char>(*text) > ' ')
-            text++;
-        if (text == end || is_blank(*text))
-            return text;
-    }
+    do
+        text = skip_printed(text + 1);
+    while (text != end && !is_blank(*text));
+    return text;
 }
 
 void divide_line(char *text, uint32_t size, line *line)
@@ -112,10 +133,9 @@ void divide_line(char *text, uint32_t size, line *line)
         end--;
     line->count = 0;
     for (;;) {
-        while (text != end && is_blank(*text))
-            text++;
-        if (text == end)
-            return;
+        while (!is_printed(*text) && (text == end || is_blank(*text)))
+            if (text++ == end)
+                return;
         if (line->count == line_words_most) {
             line->count = 0;
             return;
@@ -123,7 +143,8 @@ void divide_line(char *text, uint32_t size, line *line)
         line->words[line->count++] = text;
         text = word_end(text, end);
         *text = '\0';
-        text += text != end;
+        if (text++ == end)
+            return;
     }
 }
 
@@ -179,7 +200,7 @@ static void clean_copy(const char *text, uint32_t size, char (&copy)[shown_most 
     copy[size] = '\0';
 }
 
-void say_at(const file &file, place where, const char *wrong)
+[[gnu::cold]] void say_at(const file &file, place where, const char *wrong)
 {
     char copy[shown_most + 1];
     clean_copy(file.text + where.start, where.size, copy);

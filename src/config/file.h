@@ -41,8 +41,11 @@ struct position {
 // The next line that is neither blank nor a comment. Returns false after the last.
 bool next_line(const file &file, position *position, line *line);
 
-// Divides the line at text, which has size characters and after them its newline or a terminator, to be overwritten:
-// each word is terminated where it stands. A line that was divided can be divided again.
+// How many bytes behind a line's characters must be there to be read, the first of them its newline or a terminator.
+inline constexpr int line_reserve = 8;
+
+// Divides the line at text, which has size characters, and its reserve: each word is terminated where it stands. A line
+// that was divided can be divided again.
 void divide_line(char *text, uint32_t size, line *line);
 
 // Says "FILE:LINE: what is wrong: the line".

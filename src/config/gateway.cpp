@@ -9,21 +9,16 @@
 #include "seam_device.h"
 #include "walk.h"
 
-static bool cannot_read(const char *what, const char *why)
+static bool cannot_read(const char *kind, const char *name, const char *why)
 {
     const char *failed = gateway_failure();
-    say("cannot read %s: %s", what, failed != nullptr ? failed : why);
+    say("cannot read %s%s: %s", kind, name, failed != nullptr ? failed : why);
     return false;
 }
 
-static bool cannot_read(const char *kind, int number, const char *why)
+static bool cannot_read(const char *what, const char *why)
 {
-    char what[32];
-    char *end = what;
-    while (*kind != '\0')
-        *end++ = *kind++;
-    put_decimal(end, static_cast<u32>(number));
-    return cannot_read(what, why);
+    return cannot_read(what, "", why);
 }
 
 // Returns null at the end, or why the walk was broken off.
@@ -75,9 +70,7 @@ static bool read_rules(configuration *held, const configuration *like)
     for (int profile = 0; profile < KXQOS_PROFILE_MAX; profile++) {
         if (const char *why = walk_rules(profile, held, like)) {
             held->unread |= 1U << profile;
-            char what[32] = "the rules of profile ";
-            strcat(what, qosProfileName[profile].name);
-            whole = cannot_read(what, why);
+            whole = cannot_read("the rules of profile ", qosProfileName[profile].name, why);
         }
     }
     return whole;
@@ -132,7 +125,9 @@ static bool read_counters(configuration *held, const names *names)
             held->counters[number] = info.counterID != 0;
         } else {
             held->counters[number] = unknown_state;
-            whole = cannot_read("counter ", number, "");
+            char name[12];
+            put_decimal(name, static_cast<u32>(number));
+            whole = cannot_read("counter ", name, "");
         }
     }
     return whole;

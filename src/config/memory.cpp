@@ -58,6 +58,14 @@ static int get_switch(const configuration &held, kxqos_request request, void *pa
     return -1;
 }
 
+// As the module answers: a counter that is not enabled has no number.
+static int get_counter(const configuration &held, kxqos_counter_info_s *info)
+{
+    if (held.counters[info->counterID] == 0)
+        info->counterID = 0;
+    return 0;
+}
+
 int answer_from_memory(const configuration &held, kxqos_request request, void *payload)
 {
     switch (request) {
@@ -67,6 +75,11 @@ int answer_from_memory(const configuration &held, kxqos_request request, void *p
         return next_bucket(held, static_cast<kxqos_rate_bucket_t *>(payload));
     case KXQOS_RATE_LIMIT_GET:
         return get_limits(held, static_cast<kxqos_rl_ioctl_t *>(payload));
+    case KXQOS_COUNTER_GET:
+        return get_counter(held, static_cast<kxqos_counter_info_s *>(payload));
+    case KXQOS_DEBUG_GET:
+        *static_cast<uint32_t *>(payload) = held.debug;
+        return 0;
     default:
         return get_switch(held, request, payload);
     }

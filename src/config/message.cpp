@@ -2,15 +2,23 @@
 
 #include <stdarg.h>
 #include <stdio.h>
+#include <string.h>
 
 void say(const char *format, ...)
 {
     // Longer than the longest place, reason and line together, and written as one piece.
     char text[9000];
+    constexpr char name[] = "kxqos-config: ";
+    constexpr size_t begin = sizeof name - 1;
+    memcpy(text, name, begin);
     va_list values;
     va_start(values, format);
-    const int length = vsnprintf(text, sizeof text - 1, format, values);
+    const int length = vsnprintf(text + begin, sizeof text - begin - 1, format, values);
     va_end(values);
-    if (length >= 0)
-        fprintf(stderr, "kxqos-config: %s\n", text);
+    if (length < 0)
+        return;
+    const size_t end = strlen(text);
+    text[end] = '\n';
+    text[end + 1] = '\0';
+    fputs(text, stderr);
 }

@@ -26,9 +26,10 @@ static bool find_file(const char *name, replacement *replacement, struct stat *s
         struct stat link;
         if (errno != ENOENT || lstat(name, &link) == 0)
             return refuse(name, strerror(errno));
-        if (strlen(name) >= sizeof replacement->file)
+        const size_t size = strlen(name);
+        if (size >= sizeof replacement->file)
             return refuse(name, strerror(ENAMETOOLONG));
-        strcpy(replacement->file, name);
+        memcpy(replacement->file, name, size + 1);
         return true;
     }
     if (stat(replacement->file, status) != 0)
@@ -76,10 +77,10 @@ bool begin_replacement(const char *name, replacement *replacement)
     return true;
 }
 
-static bool sync_folder(const char *file)
+static bool sync_folder(const char (&file)[PATH_MAX])
 {
     static char copy[PATH_MAX];
-    strcpy(copy, file);
+    memcpy(copy, file, sizeof copy);
     const int fd = open(dirname(copy), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return fd >= 0 && fsync(fd) == 0 && close(fd) == 0;
 }
@@ -94,7 +95,7 @@ bool finish_replacement(replacement *replacement, bool written)
         release_signals();
         return false;
     }
-    const bool synced = sync_folder(file);
+    const bool synced = sync_folder(replacement->file);
     if (!synced)
         say("%s: saved, but perhaps not on the disk yet: %s", file, strerror(errno));
     release_signals();

@@ -8,6 +8,7 @@
 #include "record.h"
 #include "recorder.h"
 #include "seam_device.h"
+#include "seam_loss.h"
 #include "seam_output.h"
 #include "words.h"
 
@@ -19,8 +20,21 @@ static bool take_words(int count, const char *const *words, uint32_t debug, cons
     use_recorder();
     print_to_memory();
     forget_printed();
+    forget_losses();
     start_recording(debug, limits);
     return run_command(count, words) == 0 && !printed_trouble();
+}
+
+static constexpr char given_differently[] = "this is given twice, and differently";
+
+// What has one value in a file: the same again is as good as once.
+static const char *take_value(uint32_t value, place where, uint8_t *wanted, place *named)
+{
+    if (named->number != 0 && *wanted != value)
+        return given_differently;
+    *wanted = static_cast<uint8_t>(value);
+    *named = where;
+    return nullptr;
 }
 
 static const char *take_rule(const kxqos_rule_t &rule, place where, configuration *wanted, names *names)
@@ -116,11 +130,8 @@ static const char *delete_limit(const line &line, kxqos_rl_t *held, names *names
 static const char *take_limits(const line &line, const kxqos_rl_t &written, configuration *wanted, names *names)
 {
     kxqos_rl_t &held = wanted->limits[written.upDir];
-    if (written.mode != no_mode) {
-        held.mode = written.mode;
-        names->modes[written.upDir] = line.where;
-        return nullptr;
-    }
+    if (written.mode != no_mode)
+        return take_value(written.mode, line.where, &held.mode, &names->modes[written.upDir]);
     for (int mode = first_table; mode <= last_table; mode++) {
         const limit_table table = table_of(&written, mode);
         if (count_limits(table) != 0)
@@ -136,6 +147,8 @@ static const char *take_debug(const line &line, configuration *wanted, names *na
     const uint32_t on = what_was_recorded().word;
     take_words(line.count, line.words, UINT32_MAX, nullptr);
     const uint32_t off = ~what_was_recorded().word;
+    if ((((on & ~wanted->debug) | (off & wanted->debug)) & names->debugBits) != 0)
+        return given_differently;
     wanted->debug = (wanted->debug | on) & ~off;
     names->debugBits |= on | off;
     for (int i = 0; i < debug_categories; i++)
@@ -146,17 +159,10 @@ static const char *take_debug(const line &line, configuration *wanted, names *na
 
 static const char *take_word(const recorded &what, place where, configuration *wanted, names *names)
 {
-    for (int i = 0; i < switch_count; i++) {
-        if (gateway_switches[i].set == what.request) {
-            wanted->switches[i] = static_cast<uint8_t>(what.word);
-            names->switches[i] = where;
-        }
-    }
-    if (what.request == KXQOS_REFRESH_SET) {
-        names->refresh = where;
-        names->refreshWord = what.word;
-    }
-    return nullptr;
+    for (int i = 0; i < switch_count; i++)
+        if (gateway_switches[i].set == what.request)
+            return take_value(what.word, where, &wanted->switches[i], &names->switches[i]);
+    return take_value(what.word, where, &names->refreshWord, &names->refresh);
 }
 
 static const char *take_recorded(const line &line, configuration *wanted, names *names)
@@ -175,9 +181,8 @@ static const char *take_recorded(const line &line, configuration *wanted, names 
         return drop_bucket(what.bucket, wanted);
     case KXQOS_COUNTER_ENABLE:
     case KXQOS_COUNTER_DISABLE:
-        wanted->counters[what.number] = what.request == KXQOS_COUNTER_ENABLE;
-        names->counters[what.number] = line.where;
-        return nullptr;
+        return take_value(what.request == KXQOS_COUNTER_ENABLE, line.where, &wanted->counters[what.number],
+                          &names->counters[what.number]);
     case KXQOS_RATE_LIMIT_SET:
         return take_limits(line, what.limits, wanted, names);
     case KXQOS_DEBUG_SET:
@@ -219,6 +224,8 @@ const char *replay_line(const line &line, configuration *wanted, names *names)
     const kxqos_request request = what_was_recorded().request;
     if (request == 0)
         return "a command that does not configure";
+    if (const char *what = what_was_lost(&what_was_recorded().rule))
+        return what;
     if (may_ignore_words(request) && ignores_last_word(line))
         return "the last word would be ignored";
     return take_recorded(line, wanted, names);

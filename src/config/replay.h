@@ -20,7 +20,7 @@ struct names {
     place debug[debug_categories];
     uint32_t debugBits; // those that are named
     place refresh;
-    uint32_t refreshWord; // as it is sent
+    uint8_t refreshWord; // as it is sent
 };
 
 // Carries out one line against what the lines before it gave. Returns what is wrong, and has then changed nothing;

@@ -1,10 +1,9 @@
 // The verb "save".
 #include "verbs.h"
 
-#include "change_show.h"
-#include "commands.h"
 #include "faithful.h"
 #include "gateway.h"
+#include "listing.h"
 #include "message.h"
 #include "output.h"
 #include "replacement.h"
@@ -17,16 +16,11 @@ static configuration held;
 
 static void print_configuration()
 {
-    static const char *const words[] = {"configuration", "show"};
     use_memory(&held);
     print_to_standard_output();
     print_line("# kxqos-config " KXQOS_VERSION);
     print_line("# Whether the forwarding table is refreshed (\"refresh\") cannot be read, so it is not in here.");
-    run_command(2, words);
-    for (int number = 1; number <= KXQOS_COUNTER_LAST; number++)
-        if (held.counters[number] != 0)
-            print_counter_command(number, true);
-    print_debug_commands(held.debug, held.debug);
+    print_listing();
 }
 
 static int save_to_standard_output()

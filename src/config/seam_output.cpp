@@ -64,8 +64,7 @@ const char *printed_reason()
     size_t size = strcspn(line, "\n");
     while (size > 0 && line[size - 1] == ' ')
         size--;
-    memcpy(reason, line, size);
-    reason[size] = '\0';
+    snprintf(reason, sizeof reason, "%.*s", static_cast<int>(size), line);
     return size == 0 || begins(reason, "Fail!", 5) || begins(reason, "Usage:", 6) ? nullptr : reason;
 }
 

@@ -5,7 +5,7 @@ import subprocess
 import time
 import unittest
 
-from gateway import CONFIG, NOTHING, TREE, GatewayTest
+from gateway import CONFIG, NOTHING, TYPED, TYPED_LOST, TYPED_WHOLE, GatewayTest
 
 DUMP = '''!
 qos enable
@@ -64,6 +64,115 @@ debug info on now|the last word would be ignored
 debug info maybe|Err: Unknow argument: maybe
 '''
 
+# A line of which the tool would use only a part, and the part that it would not, by what is wrong with it.
+LOST = {
+    'given twice in a rule': '''\
+rule 5 match vid 7 vid 8 action queue 1|a field given before
+rule 5 match vid 7 pri 1 vid 7 action queue 1|a field given before
+rule 5 match indev eth0 invirtdev eth1 action queue 1|a field given before
+rule 5 match vid 7 action queue 1 queue 2|an action given before
+rule 5 match vid 7 action queue 1 dscp 3 queue 1|an action given before
+rule 5 action dbgon dbgon|an action given before
+''',
+    'one place for two fields': '''\
+rule 5 match dmac 0:1:2:3:4:5 edmac 0:1:2:3:4:6 action queue 1|a field given before, in the same place,
+rule 5 match edmac 0:1:2:3:4:5 vid 7 dmac 0:1:2:3:4:5/ff:ff:ff:0:0:0 action queue 1|a field given before, in the same place,
+rule 5 match sip 10.0.0.1 esip 10.0.0.2 action queue 1|a field given before, in the same place,
+rule 5 match sip 10.0.0.1 sip6 2001:db8::1 action queue 1|a field given before, in the same place,
+rule 5 match sip6 2001:db8::1 sip 10.0.0.1 action queue 1|a field given before, in the same place,
+rule 5 match sip6 2001:db8::1 esip6 2001:db8::2 action queue 1|a field given before, in the same place,
+rule 5 match dip6 2001:db8::1 dip 10.0.0.1 action queue 1|a field given before, in the same place,
+rule 5 match sip 10.0.0.1 esip 10.0.0.2 sip6 100:a::/ffff:ffff:: action queue 1|a field given before, in the same place,
+rule 5 match sip6 201:a::/ffff:ffff:: esip 10.0.1.1 sip 10.0.1.2 action queue 1|a field given before, in the same place,
+rule 5 match sport 5 esport 6 action queue 1|a field given before, in the same place,
+rule 5 match sport 5~7 esport 5~8 action queue 1|a field given before, in the same place,
+rule 5 match protocol 6 protocols 7 action queue 1|a field given before, in the same place,
+''',
+    'the key of a limit': '''\
+limit up add ip !10.0.0.1 rate 5|the "!"
+limit up add ip !10.0.0.1~10.0.0.2 rate 5|the "!"
+limit up add ip6 !2001:db8::1 rate 5|the "!"
+limit up add ip 10.0.0.0/24 rate 5|the mask
+limit up add ip 10.0.0.1/255.255.255.255 rate 5|the mask
+limit down add ip6 2001:db8::/64 rate 5|the mask
+''',
+    'a map of ports': '''\
+rule 5 match rxports 3/1 action queue 1|the mask
+rule 5 match rxports 3/0xffff action queue 1|the mask
+rule 5 match rxports 1~3 action queue 1|the range
+rule 5 match txports !0xff/3 action queue 1|the mask
+rule 5 match txports ~3 action queue 1|the range
+''',
+    'protocol bits': '''\
+rule 5 match protocols 1~3 action queue 1|the range
+''',
+    'the end of an address': '''\
+rule 5 match dmac 00:11:22:33:44:55junk action queue 1|the end of the address
+rule 5 match smac 00:11:22:33:44:555 action queue 1|the end of the address
+rule 5 match edmac !00:11:22:33:44:55x/ff:ff:ff:ff:ff:ff action queue 1|the end of the address
+rule 5 match dmac 00:11:22:33:44:55/ff:ff:ff:ff:ff:ff. action queue 1|the end of the address
+rule 5 match dmac 00:11:22:33:44:55~00:11:22:33:44:66~00:11:22:33:44:77 action queue 1|the end of the address
+rule 5 match sip 000000000010.0.0.123 action queue 1|the end of the address
+rule 5 match dip 10.0.0.0/000000255.255.255.128 action queue 1|the end of the address
+limit up add ip 10.0.0.1~000000000010.0.0.123 rate 5|the end of the address
+rule 5 match sip6 ::1/{zeros}64 action queue 1|the end of the address
+'''.replace('{zeros}', '0' * 251),
+    'a mask that is none': '''\
+rule 5 match sip 10.0.0.1/0 action queue 1|the prefix length 0
+rule 5 match dip 10.0.0.1~0 action queue 1|the prefix length 0
+rule 5 match sip 10.0.0.1/ action queue 1|the mask
+rule 5 match sip6 nonsense/0 action queue 1|the address
+rule 5 match sip6 2001:db8::1/:: action queue 1|the address
+''',
+    'bits for which there is no room': '''\
+rule 5 match pri 3/0x1ff action queue 1|the high bits of the mask
+rule 5 match tos 3/256 action queue 1|the high bits of the mask
+rule 5 match protocols 3/0xffff action queue 1|the high bits of the mask
+rule 4294967301 action queue 1|the high bits of a number
+rule 5 profile 4294967297 action queue 1|the high bits of a number
+reset profile 4294967297|the high bits of a number
+rule 5 match vid 4294967303 action queue 1|the high bits of a number
+rule 5 match vid 7/4294967311 action queue 1|the high bits of a number
+rule 5 match vid 7~4294967304 action queue 1|the high bits of a number
+rule 5 match rxports 99999999999999999999 action queue 1|the high bits of a number
+rule 5 action queue -4294967295|the high bits of a number
+bucket 4294967301 rate 64|the high bits of a number
+bucket 5 rate 4294967360|the high bits of a number
+counter 4294967301 enable|the high bits of a number
+limit up add vlan 5 rate 4294967296|the high bits of a number
+limit up add vlan 5 rate 18446744073709551615|the high bits of a number
+limit up add vlan 5 rate -2147483649|the high bits of a number
+limit up add vlan 5 rate -99999999999999999999|the high bits of a number
+limit up add port 4294967301 rate 5|the high bits of a number
+''',
+    'a blank': '''\
+rule \f5 action queue 1|a blank
+rule 5 match sip 10.\v0.0.1 action queue 1|a blank
+''',
+}
+
+# Lines that look like those, and of which all counts.
+WHOLE = '''\
+rule 1 match dmac 0:1:2:3:4:5 edmac 0:1:2:3:4:5 sip 10.0.0.1 esip 10.0.0.1 action queue 1
+rule 2 match sip6 100:a::/ffff:ffff:: esip6 100:a::/ffff:ffff:: sip 10.0.0.1 action queue 1
+rule 3 match sip 10.0.0.1 sip6 100:a::/ffff:ffff:: action queue 1
+rule 4 match sport 5~7 esport 5/7 protocol 6 protocols !6/0xff action queue 1
+rule 5 match rxports !-1 txports 0xffffffff action queue 7 dscp 7
+rule 6 match pri 3/0xff vid 7/0xffff fl 5/0xffff action queue 1
+rule 7 match dmac 0:1:2:3:4:5/ff:ff:ff:ff:ff:ff smac 0:1:2:3:4:5~0:1:2:3:4:6 action queue 1
+rule 8 match sip 0000000010.0.0.0001/00000000000000000000000024 dip 10.0.0.1~ action queue 1
+rule 9 match sip 10.0.0.1/0.0.0.0 sip6 ::/0 action queue 1
+rule 10 match sip6 2001:db8::1/64 dip 10.0.0.7/24 action queue 0x00000000000000001
+limit up add ip 10.0.0.1~10.0.0.2 rate 4294967295
+limit up add ip6 2001:db8::1~2001:db8::2 rate -1
+limit up add vlan 5 rate -2147483648
+'''
+
+
+def shown(line):
+    """A line as messages show it."""
+    return ''.join('?' if c < ' ' else c for c in line)
+
 
 class Check(GatewayTest):
     def check(self, text):
@@ -89,9 +198,11 @@ class Check(GatewayTest):
         self.assertEqual((ran.status, ran.opens, ran.requests, ran.calls), (2, 0, [], []))
 
     def test_every_spelling_that_the_tool_takes(self):
-        status, said = self.check(str(TREE / 'tests/roundtrip/typed.txt'))
+        self.refused('\n'.join(TYPED) + '\n', *(f'/file:{number}: {what} would be ignored: {TYPED[number - 1]}'
+                                                for number, what in TYPED_LOST.items()))
+        status, said = self.check(TYPED_WHOLE)
         self.assertEqual(status, 0)
-        self.assertRegex(said, r'^kxqos-config: \S+:23: warning: bucket 4 is not set: rule 20 [^\n]*\n$')
+        self.assertRegex(said, r'^kxqos-config: /file:23: warning: bucket 4 is not set: rule 20 [^\n]*\n$')
 
     def test_blanks_and_comments(self):
         plain = 'rule 5 match vid 7 action queue 1\nbucket 3 rate 64\n'
@@ -138,6 +249,59 @@ class Check(GatewayTest):
         self.assertEqual(self.check('rule 5 action queue 1\nrule 5 profile 1 action queue 2\nrule 5 action queue 1\n'
                                     'rule 5 delete\nrule 5 action queue 2\nreset profile qos\n'
                                     'rule 5 action queue 3\n'), (0, ''))
+
+    def refused_losses(self, kind):
+        rows = [row.split('|') for row in LOST[kind].split('\n')[:-1]]
+        text = 'qos enable\n' + ''.join(line + '\n' for line, _ in rows)
+        self.refused(text, *(f'/file:{n}: {what} would be ignored: {shown(line)}' for n, (line, what)
+                             in enumerate(rows, 2)))
+        for line, _ in rows:  # the tool itself takes it
+            self.assertEqual(self.tool(*line.split(' ')).status, 0, line)
+
+    def test_given_twice_in_a_rule(self):
+        self.refused_losses('given twice in a rule')
+
+    def test_one_place_for_two_fields(self):
+        self.refused_losses('one place for two fields')
+
+    def test_the_key_of_a_limit(self):
+        self.refused_losses('the key of a limit')
+
+    def test_a_map_of_ports(self):
+        self.refused_losses('a map of ports')
+
+    def test_protocol_bits(self):
+        self.refused_losses('protocol bits')
+
+    def test_the_end_of_an_address(self):
+        self.refused_losses('the end of an address')
+
+    def test_a_mask_that_is_none(self):
+        self.refused_losses('a mask that is none')
+
+    def test_bits_for_which_there_is_no_room(self):
+        self.refused_losses('bits for which there is no room')
+
+    def test_a_blank_within_a_word(self):
+        self.refused_losses('a blank')
+
+    def test_of_which_all_counts(self):
+        self.assertEqual(self.check(WHOLE), (0, ''))
+
+    def test_two_values_of_one_thing(self):
+        for first, second in (('qos enable', 'qos disable'), ('puredscpremark disable', 'puredscpremark enable'),
+                              ('fine-classifi enable', 'fine-classifi disable'),
+                              ('limit up mode ip', 'limit up mode disable'),
+                              ('limit down mode disable', 'limit down mode port'),
+                              ('counter 5 enable', 'counter 5 disable'), ('counter 5 disable', 'counter 5 enable'),
+                              ('debug info on', 'debug info off'), ('debug info off', 'debug all on'),
+                              ('debug all on', 'debug ratelimit off'), ('refresh enable', 'refresh disable'),
+                              ('refresh disable', 'refresh enable')):
+            self.refused(f'{first}\nbucket 5 rate 64\n{second}\n',
+                         f'/file:3: this is given twice, and differently: {second}')
+            self.assertEqual(self.check(f'{first}\n{first}\n'), (0, ''))
+        self.assertEqual(self.check('limit up mode ip\nlimit down mode vlan\ncounter 5 enable\ncounter 6 disable\n'
+                                    'debug info on\ndebug error off\nqos enable\nrefresh disable\n'), (0, ''))
 
     def test_a_bucket_that_is_missing_is_a_warning(self):
         line = 'rule 5 match vid 7 action rate-bucket 9'
@@ -186,7 +350,7 @@ class Check(GatewayTest):
 
     def test_long_lines(self):
         line = 'rule 5 match ' + 'vid 7 ' * 505 + 'action queue 1'  # 1016 words
-        self.assertEqual(self.check(line + '\n'), (0, ''))
+        self.refused(line + '\n', '/file:1: a field given before would be ignored: ' + line)
         line = 'rule 5 match ' + 'vid 7 ' * 520 + 'action queue 1'
         self.refused(line + '\n', '/file:1: the line has too many words: ' + line)
         self.refused('x ' * 1024 + '\n', '/file:1: the line has too many words: ' + ('x ' * 1024)[:-1])

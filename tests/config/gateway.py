@@ -17,6 +17,25 @@ READING = {2, 10, 11, 16, 17, 20, 26, 29, 31, 33, 35}
 NOTHING = '!\nqos disable\n!\n!\n!\n!\nlimit up mode disable\nlimit down mode disable\n!\n'
 
 
+# Commands as people type them, and the lines among them of which the tool uses only a part.
+TYPED = (TREE / 'tests/roundtrip/typed.txt').read_text().splitlines()
+TYPED_LOST = {
+    24: 'an action given before',
+    28: 'the high bits of the mask',
+    34: 'the prefix length 0',
+    42: 'the address',
+    74: 'the range',
+    76: 'the mask',
+    98: 'a field given before, in the same place,',
+    99: 'a field given before, in the same place,',
+    100: 'a field given before, in the same place,',
+    101: 'a field given before, in the same place,',
+    116: 'the mask',
+    128: 'the "!"',
+}
+TYPED_WHOLE = ''.join(line + '\n' for number, line in enumerate(TYPED, 1) if number not in TYPED_LOST)
+
+
 class Ran:
     """What a program said, and the trace of what it asked the gateway."""
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <set>
 #include <sstream>
 
 static const char *const profiles[] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
@@ -35,7 +36,7 @@ static std::string number_value(uint64_t most, Random *random)
     case 2:
         return "~" + number(low, random);
     case 3:
-        return number(low, random) + "/" + number(random->upTo(65535), random);
+        return number(low, random) + "/" + number(random->upTo(most > 255 ? 65535 : 255), random);
     default:
         return number(low, random);
     }
@@ -68,7 +69,7 @@ static std::string ipv4_value(Random *random)
     case 0:
         return ipv4(low) + "~" + ipv4(low + static_cast<uint32_t>(random->upTo(100)));
     case 1:
-        return ipv4(low) + "/" + std::to_string(random->upTo(32));
+        return ipv4(low) + "/" + std::to_string(1 + random->upTo(31)); // 0 would count as 32
     case 2:
         return ipv4(low) + "/" + ipv4(0xFFFF0000U | static_cast<uint32_t>(random->upTo(0xFFFF)));
     default:
@@ -94,7 +95,7 @@ static std::string ipv6_value(Random *random)
                  static_cast<unsigned long long>(low + random->upTo(15)));
         return text;
     case 1:
-        return ipv6(low, random) + "/" + std::to_string(random->upTo(128));
+        return random->once(30) ? "::/0" : ipv6(low, random) + "/" + std::to_string(1 + random->upTo(127));
     case 2:
         return ipv6(low, random) + "/ffff::ff00:" + std::to_string(random->upTo(9));
     default:
@@ -110,23 +111,44 @@ static std::string device(Random *random)
 
 struct Field {
     const char *keyword;
-    char kind; // of value: m, 4, 6, d, or n for a number
+    char kind; // of value: m, 4, 6, d, n for a number, p for a map of ports, b for protocol bits
     uint64_t most;
     bool egress;
+    const char *place = nullptr; // the field whose place it shares, or that it is by another keyword
 };
 
 static const Field fields[] = {
-    {"dmac", 'm', 0, false},        {"smac", 'm', 0, false},      {"ethertype", 'n', 65535, false},
-    {"tpid", 'n', 65535, false},    {"vid", 'n', 4095, false},    {"pri", 'n', 7, false},
-    {"ivid", 'n', 4095, false},     {"ipri", 'n', 7, false},      {"dip", '4', 0, false},
-    {"sip", '4', 0, false},         {"dip6", '6', 0, false},      {"sip6", '6', 0, false},
-    {"tos", 'n', 255, false},       {"dscp", 'n', 63, false},     {"pre", 'n', 7, false},
-    {"fl", 'n', 0xFFFFF, false},    {"tc", 'n', 255, false},      {"protocol", 'n', 255, false},
-    {"sport", 'n', 65535, false},   {"dport", 'n', 65535, false}, {"rxports", 'n', 0xFFFFFFFF, false},
-    {"txports", 'n', 0xFF, false},  {"indev", 'd', 0, false},     {"invirtdev", 'd', 0, false},
-    {"outdev", 'd', 0, true},       {"wan", 'd', 0, true},        {"edmac", 'm', 0, true},
-    {"esip", '4', 0, true},         {"esip6", '6', 0, true},      {"esport", 'n', 65535, true},
-    {"protocols", 'n', 255, false},
+    {"dmac", 'm', 0, false},
+    {"smac", 'm', 0, false},
+    {"ethertype", 'n', 65535, false},
+    {"tpid", 'n', 65535, false},
+    {"vid", 'n', 4095, false},
+    {"pri", 'n', 7, false},
+    {"ivid", 'n', 4095, false},
+    {"ipri", 'n', 7, false},
+    {"dip", '4', 0, false},
+    {"sip", '4', 0, false},
+    {"dip6", '6', 0, false, "dip"},
+    {"sip6", '6', 0, false, "sip"},
+    {"tos", 'n', 255, false},
+    {"dscp", 'n', 63, false},
+    {"pre", 'n', 7, false},
+    {"fl", 'n', 0xFFFFF, false},
+    {"tc", 'n', 255, false},
+    {"protocol", 'n', 255, false},
+    {"sport", 'n', 65535, false},
+    {"dport", 'n', 65535, false},
+    {"rxports", 'p', 0xFFFFFFFF, false},
+    {"txports", 'p', 0xFF, false},
+    {"indev", 'd', 0, false},
+    {"invirtdev", 'd', 0, false, "indev"},
+    {"outdev", 'd', 0, true},
+    {"wan", 'd', 0, true},
+    {"edmac", 'm', 0, true, "dmac"},
+    {"esip", '4', 0, true, "sip"},
+    {"esip6", '6', 0, true, "sip"},
+    {"esport", 'n', 65535, true, "sport"},
+    {"protocols", 'b', 255, false, "protocol"},
 };
 
 static std::string value_of(const Field &field, Random *random)
@@ -141,6 +163,11 @@ static std::string value_of(const Field &field, Random *random)
         return inverse + ipv6_value(random);
     case 'd':
         return inverse.empty() ? device(random) : "!eth1";
+    case 'p':
+        return inverse + number(some_number(field.most, random), random);
+    case 'b':
+        return inverse + number(random->upTo(255), random) +
+               (random->once(3) ? "/" + number(random->upTo(255), random) : "");
     default:
         return inverse + number_value(field.most, random);
     }
@@ -166,9 +193,10 @@ static const Action actions[] = {
 static std::string random_actions(bool egress, Random *random)
 {
     std::string text;
+    std::set<std::string> given;
     for (uint64_t left = 1 + random->upTo(2); left > 0; left--) {
         const Action &action = random->pick(actions);
-        if (egress && strcmp(action.keyword, "dbgon") == 0)
+        if ((egress && strcmp(action.keyword, "dbgon") == 0) || !given.insert(action.keyword).second)
             continue;
         text += std::string(" ") + action.keyword;
         if (action.most != 0)
@@ -183,10 +211,18 @@ std::string random_rule(Random *random)
         return "action" + random_actions(false, random);
     std::string text = "match";
     bool egress = false;
+    std::map<std::string, std::pair<const Field *, std::string>>
+        places; // by the field that has each first, with its value
+    std::set<const Field *> given;
     for (uint64_t left = 1 + random->upTo(random->once(8) ? 12 : 3); left > 0; left--) {
         const Field &field = random->pick(fields);
+        const std::string place = field.place != nullptr ? field.place : field.keyword;
+        const auto &[first, value] = places.try_emplace(place, &field, value_of(field, random)).first->second;
+        // Two can have one place when they have the same value in it.
+        if ((first != &field && (first->kind != field.kind || field.kind == 'd')) || !given.insert(&field).second)
+            continue;
         egress = egress || field.egress;
-        text += std::string(" ") + field.keyword + " " + value_of(field, random);
+        text += std::string(" ") + field.keyword + " " + value;
     }
     return text + " action" + random_actions(egress, random);
 }
@@ -258,8 +294,14 @@ Setup random_setup(Random *random)
         state = static_cast<int>(random->upTo(2)) - 1;
     for (uint64_t left = random->upTo(2); left > 0; left--)
         setup.counters[static_cast<int>(1 + random->upTo(random->once(2) ? 221 : 3))] = random->once(2);
-    for (uint64_t left = random->upTo(2); left > 0; left--)
-        setup.debug[random->pick(categories)] = random->once(2);
+    const bool all = random->once(2); // is every category, so it agrees with the others
+    for (uint64_t left = random->upTo(2); left > 0; left--) {
+        const std::string category = random->pick(categories);
+        setup.debug[category] = random->once(2);
+    }
+    if (setup.debug.count("all") != 0)
+        for (auto &[category, on] : setup.debug)
+            on = all;
     setup.refresh = random->once(4) ? static_cast<int>(random->upTo(1)) : -1;
     return setup;
 }
@@ -302,7 +344,9 @@ static void twist_value(const std::string &keyword, std::string *value, Random *
     const size_t slash = value->find('/');
     const bool masked = slash != std::string::npos && isdigit(value->back()) && keyword[0] != 'w';
     if (masked && !random->once(4))
-        value->back() = value->back() == '0' ? '1' : static_cast<char>(value->back() - 1);
+        value->back() = value->back() == '0'     ? '1'
+                        : value->ends_with("/1") ? '2'
+                                                 : static_cast<char>(value->back() - 1);
     else if (range && keyword != "fl" && keyword != "rxports" && random->once(2))
         (*value)[mark] = '/';
     else if (value->front() == '!')
@@ -324,10 +368,11 @@ static void twist_rule(std::string *rule, Random *random)
     const auto action = static_cast<size_t>(std::find(words.begin() + 1, words.end(), "action") - words.begin());
     if (words[0] == "match" && action > 2 && action < words.size() && random->once(2)) {
         const size_t at = 2 * (1 + random->upTo((action - 1) / 2 - 1));
-        twist_value(words[at - 1], &words[at], random);
+        if (std::count(words.begin(), words.end(), words[at]) == 1) // what shares its place stays the same
+            twist_value(words[at - 1], &words[at], random);
     } else if (isdigit(words.back()[0])) {
         twist_number(&words.back());
-    } else {
+    } else if (std::find(words.begin(), words.end(), "sw-fwd") == words.end()) {
         words.push_back("sw-fwd");
     }
     rule->clear();
@@ -504,12 +549,16 @@ Lines lines_of(const Setup &setup, Random *random)
     const Lines singles = single_lines(setup);
     Lines lines;
     if (random->once(3)) {
+        const bool after = random->once(2); // or after the first mark, as they are saved
+        if (!after)
+            parts[0].insert(parts[0].begin(), singles.begin(), singles.end());
         for (const Lines &part : parts) {
             lines.push_back("!");
             lines.insert(lines.end(), part.begin(), part.end());
         }
         lines.push_back("!");
-        lines.insert(lines.end(), singles.begin(), singles.end());
+        if (after)
+            lines.insert(lines.end(), singles.begin(), singles.end());
     } else {
         parts.push_back(singles);
         lines = mixed(parts, random);
