@@ -6,11 +6,7 @@
 #include "errors.h"
 #include "text.h"
 
-#include <algorithm>
-#include <array>
-
-static constexpr std::array<const char *, 12> errors = {"EPERM",  "ENOENT", "EINTR",  "EIO",   "ENXIO",  "EAGAIN",
-                                                        "ENOMEM", "EACCES", "EFAULT", "EBUSY", "ENODEV", "EINVAL"};
+static const words errors = split(ERRORS, ' '); // those of tests/errors
 
 static size_t count_of(const std::string &text, const std::string &part)
 {
@@ -29,11 +25,12 @@ static run_result run_alone(const words &form, const std::string &fault = "")
 }
 
 // The same as with another error, but for its number in the trace.
-static void fails_the_same(const words &form, const std::string &event, const char *error, const run_result &expected)
+static void fails_the_same(const words &form, const std::string &event, const std::string &error,
+                           const run_result &expected)
 {
     const run_result seen = run_alone(form, event + "=fail:" + error);
     const std::string what = event + " fails with " + error;
-    const std::string result = " = -" + std::to_string(error_number(error));
+    const std::string result = " = -" + std::to_string(error_number(error.c_str()));
     check(seen.status == expected.status, what + ": the status", form);
     check(seen.output == expected.output, what + ": the output", form);
     check(seen.error.empty(), what + ": standard error", form);
@@ -56,7 +53,7 @@ static void fails(const words &form, const char *kind, size_t count)
         if (count > 2 * errors.size())
             fails_the_same(form, event, errors[n % errors.size()], expected);
         else
-            for (const char *error : errors)
+            for (const std::string &error : errors)
                 fails_the_same(form, event, error, expected);
     }
 }
