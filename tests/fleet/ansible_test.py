@@ -264,6 +264,10 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
         self.assertEqual((ran.returncode, ran.stdout, ran.stderr), (2, '', 'not all of the file arrived\n'))
         self.assertEqual((self.requests('gw001'), self.files('gw001')), ([], ['faults', 'state', 'trace']))
 
+    def test_one_version_for_all(self):
+        version = re.search(r'VERSION ([0-9.]+)', (TREE / 'CMakeLists.txt').read_text().partition('project(')[2]).group(1)
+        self.assertIn(f'\nversion: {version}\n', (TREE / 'integrations/ansible/galaxy.yml').read_text())
+
     def test_a_text_and_any_path(self):
         path = str(self.folder / "gw001/it's $(false) \"here\" {path}")
         run = self.one('gw001', content='qos enable\nrefresh enable\nrule 1 action rate-bucket 9\n', path=path)
