@@ -48,7 +48,8 @@ class Run:
         # From playbooks; and from commands for one gateway.
         self.why = {host: json.loads(text) for host, text in
                     re.findall(r'^fatal: \[(\w+)\]: FAILED! => (\{.*\})$', self.out, re.M)}
-        self.single = json.loads(self.out.partition('=>')[2]) if ' => {\n' in self.out else {}
+        alone = re.search(r'^gw\d+ \| \w+!? => (?=\{)', self.out, re.M)
+        self.single = json.JSONDecoder().raw_decode(self.out, alone.end())[0] if alone else {}
 
     def shown(self):
         """What --diff showed, by gateway."""
@@ -74,14 +75,14 @@ class Ansible(unittest.TestCase):
     def end(cls):
         cls.fleet.stdin.close()
         cls.fleet.stdout.close()
-        assert cls.fleet.wait(30) == 0, 'the fleet did not end well'
+        assert cls.fleet.wait(120) == 0, 'the fleet did not end well'
         assert not cls.folder.exists(), 'its folder is left'
         with socket.socket() as connection:
             assert connection.connect_ex(('127.0.0.1', cls.port)) != 0, 'the server still answers'
 
     @classmethod
     def nothing_is_left(cls):
-        end = time.monotonic() + 20
+        end = time.monotonic() + 60
         left = '?'
         while time.monotonic() < end:
             try:
@@ -108,7 +109,7 @@ class Ansible(unittest.TestCase):
 
     def ansible(self, *words):
         return Run(subprocess.run(words, cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
-                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120, check=False))
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=300, check=False))
 
     def apply(self, text, *options):
         for name in ALL:
