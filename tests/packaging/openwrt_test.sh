@@ -71,14 +71,9 @@ same 'what is installed' './etc/config/kxqos 600
 ./usr/bin/kxqos-config 755
 ./usr/bin/kxqosctl 755
 ./usr/share/kxqos/to-uci.awk 644' "$(cd ipkg && find . -type f -printf '%p %m\n' | LC_ALL=C sort)"
-while read -r file installed; do
-    same "$installed" "$(cat "$tree/packaging/openwrt/files/$file")" "$(cat "ipkg/$installed")"
-done <<'END'
-kxqos.config etc/config/kxqos
-kxqos.init etc/init.d/kxqos
-kxqos.defaults etc/uci-defaults/kxqos
-to-uci.awk usr/share/kxqos/to-uci.awk
-END
+# The tests of the service have the same.
+sh "$tree/tests/packaging/openwrt/lay-out" tested || exit
+same 'what is tested' '' "$(cd ipkg && find . -type f ! -path './usr/bin/*' -exec cmp {} ../tested/{} \; 2>&1)"
 for program in kxqosctl kxqos-config; do
     binary=ipkg/usr/bin/$program
     same "machine of $program" "$machine" "$(readelf -h $binary | sed -n 's/ *Machine: *//p')"
@@ -98,5 +93,17 @@ if [ "$machine" = AArch64 ]; then
                 print "yes"
         }')"
 fi
+
+# The page names the options that the script reads, and no others.
+# shellcheck disable=SC2016 # as they stand there
+sed -n '/^| section | options/,/^$/p' "$tree/docs/gateway.md" | grep -o '`[a-z_0-9]*`' | tr -d '`' | sort -u |
+    grep -vxE 'globals|rule|bucket|counter|limit|kxqosctl' >documented
+# shellcheck disable=SC2016 # likewise
+{
+    grep -v '^ *#' ipkg/etc/init.d/kxqos | grep -oE '(one_word|yes_or_no|switch) [a-z_]+' | sed 's/.* //'
+    sed -n -e 's/.*config_list_foreach "$section" \([a-z]*\) .*/\1/p' -e 's/^    mode \(.*\)/\1_mode/p' \
+        -e 's/^    for key in \(.*\); do/\1/p' ipkg/etc/init.d/kxqos | tr ' ' '\n'
+} | sort -u >known
+same 'options' "$(cat known)" "$(cat documented)"
 same 'first line' '#!/bin/sh /etc/rc.common' "$(head -n 1 ipkg/etc/init.d/kxqos)"
 [ $failures -eq 0 ] && echo 'the recipe builds, and says what it brings'

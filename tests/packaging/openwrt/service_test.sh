@@ -10,30 +10,14 @@ set -u
 take_words 1 1 "$@"
 take_build "$1"
 tests=$(cd "$(dirname "$0")" && pwd)
-files=$tests/../../../packaging/openwrt/files
 build=$(cd "$1" && pwd)
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 
-# put MODE FROM TO
-put() {
-    mkdir -p "$(dirname "$root/$3")"
-    sed "s,/\(etc\|var\|lib/functions\|dev/kxqos\|usr/share/kxqos\|bin/sh\|sbin/uci\|tmp/\.uci\),$root/\1,g" "$2" \
-        >"$root/$3"
-    chmod "$1" "$root/$3"
-}
-put 755 "$files/kxqos.init" etc/init.d/kxqos
-put 644 "$files/kxqos.config" etc/config/kxqos
-put 755 "$files/kxqos.defaults" etc/uci-defaults/kxqos
-put 644 "$files/to-uci.awk" usr/share/kxqos/to-uci.awk
-put 644 "$tests/base/functions.sh" lib/functions.sh
-put 644 "$tests/base/rc.common" etc/rc.common
-put 755 "$tests/base/network.init" etc/init.d/network
-put 644 "$tests/base/uci.awk" sbin/uci.awk
-for program in uci logger reload_config; do
-    put 755 "$tests/base/$program" sbin/$program
-done
-mkdir "$root/bin" "$root/dev"
+sh "$tests/lay-out" "$root" || exit
+find "$root" -type f -exec \
+    sed -i "s,/\(etc\|var\|lib/functions\|dev/kxqos\|usr/share/kxqos\|bin/sh\|sbin/uci\|tmp/\.uci\),$root/\1,g" {} +
+mkdir -p "$root/bin" "$root/dev"
 ln -s "$(command -v busybox)" "$root/bin/sh"
 for applet in awk sed sort grep cat cp mv rm ls mkdir tr cut wc head paste md5sum sleep timeout chmod dirname stat; do
     ln -s "$(command -v busybox)" "$root/bin/$applet"
