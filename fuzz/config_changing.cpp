@@ -1,6 +1,7 @@
 // A gateway that somebody else changes while it is read. Input: one byte for what is asked; then changes, each three
 // bytes: before how many more requests, what, and which. Somebody else is at work from the first request on.
 #include "config_program.h"
+#include "inputs.h"
 
 #include <iterator>
 #include <string.h>
@@ -8,6 +9,7 @@
 static const std::vector<std::string> verbs[] = {
     {"apply", "-"}, {"apply", "--keep-going", "-"}, {"diff", "-"}, {"save", "-"}, {"show"}, {"show", "--json"},
 };
+static_assert(std::size(verbs) == config_verbs_of_changing);
 
 static constexpr char file[] = "rule 5 match vid 7 action rate-bucket 3\n"
                                "rule 7 match sip 10.0.0.1~10.0.0.9 action queue 1\n"
@@ -59,7 +61,7 @@ static void change_limits(uint8_t which)
 static void change_something(const change &change)
 {
     const uint8_t which = change.which;
-    switch (change.what % 6) {
+    switch (change.what % config_changes) {
     case 0:
         return change_rule(which);
     case 1: {

@@ -2,6 +2,7 @@
 // then the answers: a control byte for each (0xFF: failure; 0xF0 on: a result above 0; odd: the record as it was sent)
 // and the bytes of its record.
 #include "config_program.h"
+#include "inputs.h"
 
 #include <errno.h>
 #include <iterator>
@@ -17,6 +18,7 @@ static const std::vector<std::string> verbs[] = {
     {"apply", "--keep-going", "-"},
     {"run", "--keep-going", "-"},
 };
+static_assert(std::size(verbs) == config_verbs_of_replies);
 
 static constexpr char file[] = "rule 5 match vid 7 action rate-bucket 3\n"
                                "rule 7 profile lanhost match sip6 2001:db8::/32 indev eth0 action dscp 5\n"
@@ -32,8 +34,6 @@ static constexpr char file[] = "rule 5 match vid 7 action rate-bucket 3\n"
                                "counter 8 disable\n"
                                "debug info on\n"
                                "refresh enable\n";
-
-enum class tail { zeros, echo, failure, positive, repeat, count };
 
 static const uint8_t *answers;
 static size_t left;

@@ -13,8 +13,9 @@
 #include <ctype.h>
 #include <set>
 #include <stdio.h>
+#include <string>
 
-using words_t = std::set<std::string>;
+using word_set = std::set<std::string>;
 
 static bool is_lower(char c)
 {
@@ -22,7 +23,7 @@ static bool is_lower(char c)
 }
 
 // Adds the words of a usage text, but for operands, as <mac>. Those of its sentences do no harm.
-static void add_words(words_t *words, std::string_view text)
+static void add_words(word_set *words, std::string_view text)
 {
     std::string word;
     bool operand = false;
@@ -38,9 +39,9 @@ static void add_words(words_t *words, std::string_view text)
     }
 }
 
-static words_t all_words()
+static word_set all_words()
 {
-    words_t words = {"?", "del"}; // the menu; and what "test host" takes where its usage says "delete"
+    word_set words = {"?", "del"}; // the menu; and what "test host" takes where its usage says "delete"
     for (const command &row : commands) {
         words.insert(row.name);
         run_tool({row.name}, {}, tail::zeros);

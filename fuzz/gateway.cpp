@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <sanitizer/asan_interface.h>
 #include <setjmp.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -16,6 +17,7 @@
 
 gateway_t gateway;
 bool walkCut;
+bool ruleReturned;
 
 void check(bool condition, const char *what)
 {
@@ -64,17 +66,18 @@ void forget_output()
 
 static size_t position;
 static int steps;
+static int entries;       // of one walk
+static uint32_t walkedBy; // the request
 static jmp_buf cutOff;
 
 // The answer to one event: its result, and the bytes that it writes to size bytes at record.
 static int answer(void *record, size_t size)
 {
-    constexpr int walk_enough = 300;
-    if (++steps > walk_enough) {
+    if (++steps > answers_enough) {
         walkCut = true;
         longjmp(cutOff, 1);
     }
-    const bytes &prepared = gateway.answers;
+    const bytes prepared = gateway.answers;
     if (position == prepared.size() && gateway.after == tail::repeat)
         position = 0;
     int result = 0;
@@ -106,6 +109,16 @@ static int answer(void *record, size_t size)
     }
     gateway.allSucceeded = gateway.allSucceeded && result == 0;
     return result;
+}
+
+// Whether a walk, by this request, has had its entries and is to be told that there are no more.
+static bool walk_ends(uint32_t nr, bool entry)
+{
+    if (walkedBy != nr)
+        entries = 0;
+    walkedBy = nr;
+    entries += entry ? 1 : 0;
+    return entries > entries_enough;
 }
 
 // Rules as they may be sent
@@ -444,8 +457,10 @@ static void remember_answer(uint32_t nr, void *payload, uint32_t part, int resul
         halvesRead++;
     } else if (nr == KXQOS_RATE_LIMIT_SET) {
         halvesWritten = result == 0 ? halvesWritten + 1 : 100;
-    } else if (gateway.blur && (nr == KXQOS_RULE_GET || nr == KXQOS_RULE_NEXT)) {
-        blur(static_cast<kxqos_rule_t *>(payload));
+    } else if (nr == KXQOS_RULE_GET || nr == KXQOS_RULE_NEXT) {
+        ruleReturned = true;
+        if (gateway.blur)
+            blur(static_cast<kxqos_rule_t *>(payload));
     }
 }
 
@@ -458,6 +473,9 @@ int kxqosctl_ioctl(uint32_t cmd, void *payload)
     look_at_request(nr, payload);
     const uint32_t part = nr == KXQOS_RATE_LIMIT_GET ? record_at<kxqos_rl_ioctl_t>(payload).secondPart : 0;
     const int result = answer(payload, size);
+    if ((nr == KXQOS_RULE_NEXT && walk_ends(nr, record_at<kxqos_rule_t>(payload).rule_id != 0)) ||
+        (nr == KXQOS_BUCKET_NEXT && walk_ends(nr, record_at<kxqos_rate_bucket_t>(payload).bucketID != 0)))
+        memset(payload, 0, size);
     remember_answer(nr, payload, part, result);
     return result;
 }
@@ -662,24 +680,49 @@ libkx_retCode_t libkx_qos_delete_rule(uint16_t, uint16_t)
 
 libkx_retCode_t libkx_qos_get_next_rule(libkx_qos_rule_s *rule)
 {
-    return call(rule);
+    const libkx_retCode_t result = call(rule);
+    return walk_ends(0, result == LIBKX_RET_OK) ? LIBKX_RET_FAIL : result;
 }
 
 // Runs
 
-std::vector<std::string> split(std::string_view text, char separator)
+const words_t &split(std::string_view text, char separator)
 {
     constexpr size_t words_enough = 40;
-    std::vector<std::string> words;
+    static words_t words; // an allocation costs as much as many a command
+    words.clear();
     while (!text.empty() && words.size() < words_enough) {
         const size_t end = text.find(separator);
-        words.emplace_back(text.substr(0, end));
+        words.push_back(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return words;
 }
 
-int run_tool(const std::vector<std::string> &words, const bytes &answers, tail after, bool blurred)
+char **arguments(std::span<const std::string_view> words)
+{
+    constexpr size_t grain = 8; // of the sanitizer
+    static std::vector<char *> argv;
+    alignas(grain) static char storage[1 << 14];
+    argv.clear();
+    ASAN_POISON_MEMORY_REGION(storage, sizeof storage);
+    size_t at = grain;
+    for (const std::string_view word : words) {
+        // An input's word has no NUL in it.
+        const size_t size = word.size() + 1;
+        const size_t next = at + (size + 2 * grain - 1) / grain * grain;
+        check(next <= sizeof storage, "more words than there is room for");
+        ASAN_UNPOISON_MEMORY_REGION(storage + at, size);
+        word.copy(storage + at, word.size());
+        storage[at + word.size()] = '\0';
+        argv.push_back(storage + at);
+        at = next;
+    }
+    argv.push_back(nullptr);
+    return argv.data();
+}
+
+int run_tool(const words_t &words, bytes answers, tail after, bool blurred)
 {
     gateway = {};
     gateway.answers = answers;
@@ -687,23 +730,20 @@ int run_tool(const std::vector<std::string> &words, const bytes &answers, tail a
     gateway.blur = blurred;
     position = 0;
     steps = 0;
+    entries = 0;
+    walkedBy = 0;
     halvesRead = halvesWritten = 0;
     debugRead = false;
     walkCut = false;
+    ruleReturned = false;
     forget_output();
 
-    // Each word in storage of its own size, so that a step beyond it is seen.
-    std::vector<char *> argv;
-    for (const std::string &word : words)
-        argv.push_back(strdup(word.c_str()));
-    argv.push_back(nullptr);
+    char **argv = arguments(words);
     volatile int result = 0;
     if (setjmp(cutOff) == 0) {
-        result = run_command(static_cast<int>(words.size()), argv.data());
+        result = run_command(static_cast<int>(words.size()), argv);
         if (finish_output() != 0)
             result = -1;
     }
-    for (char *word : argv)
-        free(word);
     return result;
 }

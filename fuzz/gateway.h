@@ -6,11 +6,12 @@
 #include "inputs.h"
 #include "kxqos.h"
 
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
-using bytes = std::vector<uint8_t>;
+using bytes = std::span<const uint8_t>; // whoever gives them keeps them
+using words_t = std::vector<std::string_view>;
 
 struct gateway_t {
     bytes answers;
@@ -28,10 +29,18 @@ struct gateway_t {
 
 extern gateway_t gateway;
 
-// Runs the tool with these words after its name, on a gateway that answers so, and returns its result. A walk that
-// never ends is cut off after 300 steps (the real end of it is tested from outside): then walkCut is set.
-int run_tool(const std::vector<std::string> &words, const bytes &answers, tail after, bool blur = false);
+// Words as the tool gets them, each in storage of its own size between bytes that nobody may touch, so that a step
+// beyond it is seen. Until the next call.
+char **arguments(std::span<const std::string_view> words);
+
+// Runs the tool with these words after its name, on a gateway that answers so, and returns its result. A walk
+// ends after a few entries, and what asks for more than that is cut off: then walkCut is set. (That walks end by
+// themselves is tested from outside.)
+int run_tool(const words_t &words, bytes answers, tail after, bool blur = false);
 extern bool walkCut;
+
+// Whether a rule was returned since the last call of run_tool: where none was, nothing can be blurred.
+extern bool ruleReturned;
 
 // What was printed since the last call of forget_output or run_tool.
 std::string_view output();
@@ -40,8 +49,8 @@ void forget_output();
 // Ends the process with a message, which is a finding, unless the condition holds.
 void check(bool condition, const char *what);
 
-// The words of an input: separated by NUL, or by whatever is given; no more than 40.
-std::vector<std::string> split(std::string_view text, char separator = '\0');
+// The words of an input: separated by NUL, or by whatever is given; no more than 40. They stay until the next call.
+const words_t &split(std::string_view text, char separator = '\0');
 
 // Whether some storage of the record belongs to two selected fields.
 bool shares_storage(const kxqos_rule_t &rule);

@@ -15,9 +15,20 @@ enum class tail {
     count
 };
 
+// What happens at a step of a walk depends on the entry before it alone, so that a walk gets two entries; and a command
+// as many answers as the longest that does not walk takes, but for those that ask for each of the counters.
+inline constexpr int entries_enough = 2;
+inline constexpr int answers_enough = 120;
+
 // The functions that the parsers are; the first of them take a range, and the others do not look at it.
 inline constexpr size_t parser_count = 17;
 inline constexpr size_t parsers_with_a_range = 9;
+
+// What kxqos-config is asked to do, on a gateway that is hostile and on one that somebody else changes; and the kinds
+// of changes.
+inline constexpr size_t config_verbs_of_replies = 8;
+inline constexpr size_t config_verbs_of_changing = 6;
+inline constexpr size_t config_changes = 6;
 
 // The commands that the replies are for: every one that reads or that makes several requests.
 inline constexpr std::string_view reading_commands[] = {

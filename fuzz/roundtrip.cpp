@@ -3,20 +3,22 @@
 #include "gateway.h"
 #include "profiles.h"
 
+#include <algorithm>
 #include <ctype.h>
 #include <string.h>
+#include <string>
 
 // The line of the configuration that shows the rule.
 static std::string dump_line(const kxqos_rule_t &rule)
 {
-    bytes answers = {2, 0, 0, 0, 0, 2}; // the state; then the first rule
-    const auto *raw = reinterpret_cast<const uint8_t *>(&rule);
-    answers.insert(answers.end(), raw, raw + sizeof rule);
-    run_tool({"configuration", "show"}, answers, tail::zeros);
-    std::string text(output());
+    uint8_t answers[6 + sizeof rule] = {2, 0, 0, 0, 0, 2}; // the state; then the first rule
+    memcpy(answers + 6, &rule, sizeof rule);
+    static const words_t words = {"configuration", "show"};
+    run_tool(words, answers, tail::zeros);
+    const std::string_view text = output();
     const size_t begin = text.find("\nrule ");
     check(begin != std::string::npos, "a rule is missing in the dump");
-    return text.substr(begin + 1, text.find('\n', begin + 1) - begin - 1);
+    return std::string(text.substr(begin + 1, text.find('\n', begin + 1) - begin - 1));
 }
 
 // What a line of words cannot carry: names that are empty or have white space in them, and two fields that share their
@@ -46,10 +48,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (size < 3)
         return 0;
     const char *profile = qosProfileName[data[0] % KXQOS_PROFILE_MAX].name;
-    std::vector<std::string> words = {"rule", std::to_string(data[1] % 64 + 1), "profile", profile};
+    const std::string number = std::to_string(data[1] % 64 + 1);
+    static words_t words;
+    words = {"rule", number, "profile", profile};
     const size_t before = words.size();
-    for (std::string &word : split({reinterpret_cast<const char *>(data) + 2, size - 2}))
-        words.push_back(std::move(word));
+    const words_t &given = split({reinterpret_cast<const char *>(data) + 2, size - 2});
+    words.insert(words.end(), given.begin(), given.end());
     if (words.size() == before || (words[before] != "match" && words[before] != "action"))
         words.insert(words.begin() + static_cast<long>(before), "match");
     if (run_tool(words, {}, tail::zeros) != 0 || !gateway.ruleAdded)
@@ -61,12 +65,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string line = dump_line(first);
     check(line.size() < 2000, "a dump line is too long");
     // More words than split would give, so cut here.
-    std::vector<std::string> again;
+    static words_t again;
+    again.clear();
     for (size_t at = 0; at < line.size();) {
-        const size_t end = line.find(' ', at);
+        const size_t end = std::min(line.find(' ', at), line.size());
         if (end != at)
-            again.push_back(line.substr(at, end == std::string::npos ? end : end - at));
-        at = end == std::string::npos ? line.size() : end + 1;
+            again.push_back(std::string_view(line).substr(at, end - at));
+        at = end + 1;
     }
     check(run_tool(again, {}, tail::zeros) == 0 && gateway.ruleAdded, "a dump line is not taken");
     const kxqos_rule_t second = gateway.rule;

@@ -26,6 +26,9 @@ struct Seeds {
     Inputs replies;
     Inputs parsers;
     Inputs roundtrip;
+    Inputs files;
+    Inputs configReplies;
+    Inputs configChanging;
     Inputs typed;   // the words alone, for a fuzzer of the whole tool
     Inputs records; // that are among the replies
 };
@@ -74,6 +77,12 @@ void add_words(const Step &step, Seeds &seeds)
     for (const tail answers : {tail::zeros, tail::failure})
         add(byte(static_cast<size_t>(answers)) + ended(step.words), seeds.words);
     add(ended(step.words), seeds.typed);
+}
+
+// The command as a file of one line.
+void add_file(const Step &step, Seeds &seeds)
+{
+    add(ended(step.words) + '\n', seeds.files);
 }
 
 // A rule's words after its number and its profile, which the harness writes itself.
@@ -131,7 +140,7 @@ void add_records(const Transcript &transcript, Seeds &seeds)
                 continue;
             const size_t size = record.size();
             std::string &walk = walks[{command, size}];
-            if (walk.size() + size > longest - 10) {
+            if (walk.size() >= entries_enough * (size + 1)) {
                 add_answers(walk, command, seeds);
                 walk.clear();
             }
@@ -140,6 +149,8 @@ void add_records(const Transcript &transcript, Seeds &seeds)
     for (const auto &[kind, walk] : walks) {
         add_answers(walk, kind.first, seeds);
         add_answers(walk, "configuration", seeds);
+        for (size_t verb = 0; verb < config_verbs_of_replies; verb++)
+            add(byte(verb) + byte(0) + walk, seeds.configReplies);
     }
 }
 
@@ -151,6 +162,25 @@ void add_failures(Seeds &seeds)
             for (size_t before = 0; before < 10; before++)
                 for (const char *control : {"", "\xFF", "\xF7"})
                     add(byte(number) + byte(after) + std::string(before, '\1') + control, seeds.replies);
+    for (size_t verb = 0; verb < config_verbs_of_replies; verb++)
+        for (size_t after = 0; after < static_cast<size_t>(tail::count); after++)
+            for (size_t before = 0; before < 10; before++)
+                add(byte(verb) + byte(after) + std::string(before, '\1') + '\xFF', seeds.configReplies);
+}
+
+// One change of each kind, early and late, and all of them one after the other.
+void add_changes(Seeds &seeds)
+{
+    for (size_t verb = 0; verb < config_verbs_of_changing; verb++)
+        for (const size_t distance : {0, 1, 10, 100}) {
+            std::string all = byte(verb);
+            for (size_t what = 0; what < config_changes; what++) {
+                const std::string change = byte(distance) + byte(what) + byte(distance + what);
+                add(byte(verb) + change, seeds.configChanging);
+                all += change;
+            }
+            add(all, seeds.configChanging);
+        }
 }
 
 // Records that no transcript has: the same byte over and over, with which each answer is a success, and pseudo-random
@@ -186,6 +216,7 @@ try {
     const Transcript transcript = read_transcript(path);
     for (const Step &step : transcript.steps) {
         add_words(step, seeds);
+        add_file(step, seeds);
         add_rule(step, seeds);
         add_values(step, seeds);
     }
@@ -210,11 +241,15 @@ int main(int argc, char **argv)
             return 2;
     add_failures(seeds);
     add_noise(seeds);
+    add_changes(seeds);
     const std::string folder = argv[1];
     write(folder + "/words", seeds.words);
     write(folder + "/replies", seeds.replies);
     write(folder + "/parsers", seeds.parsers);
     write(folder + "/roundtrip", seeds.roundtrip);
+    write(folder + "/config_files", seeds.files);
+    write(folder + "/config_replies", seeds.configReplies);
+    write(folder + "/config_changing", seeds.configChanging);
     write(folder + "/typed", seeds.typed);
     return 0;
 }

@@ -6,7 +6,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (size == 0)
         return 0;
     const auto after = static_cast<tail>(data[0] % static_cast<int>(tail::count));
-    const std::vector<std::string> words = split({reinterpret_cast<const char *>(data) + 1, size - 1});
+    const words_t &words = split({reinterpret_cast<const char *>(data) + 1, size - 1});
     const int result = run_tool(words, {}, after);
     if (walkCut)
         return 0;
