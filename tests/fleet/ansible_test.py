@@ -190,11 +190,11 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
     def test_drift_is_seen_and_mended(self):
         self.applied(FIRST)
         self.lab('gw005', '--', f'{BUILT}/kxqosctl', 'bucket', '1', 'rate', '64')
-        # Two files alone, of which one is a link and for the owner's eyes only.
+        # Two files alone, of which one is a link, and not for all to read.
         self.give('gw009', **{'kxqos.conf': 'qos disable\n'})
         kept = self.folder / 'gw010/kept.conf'
         kept.write_text('')
-        kept.chmod(0o600)
+        kept.chmod(0o640)
         (self.folder / 'gw010/kxqos.conf').unlink()
         (self.folder / 'gw010/kxqos.conf').symlink_to('kept.conf')
         run = self.apply(FIRST, '--diff')
@@ -204,7 +204,7 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
         self.assertEqual({name: self.changes(name) for name in ALL}, {name: ['8'] if name == 'gw005' else [] for name in ALL})
         self.assertEqual({self.file(name) for name in ALL}, {FIRST})
         self.assertTrue((self.folder / 'gw010/kxqos.conf').is_symlink())
-        self.assertEqual(kept.stat().st_mode & 0o777, 0o600)
+        self.assertEqual(kept.stat().st_mode & 0o777, 0o640)
 
     def test_faults_are_put_back_and_named_and_the_others_go_on(self):
         self.applied(FIRST)
