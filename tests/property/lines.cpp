@@ -4,6 +4,7 @@
 // --write only writes the lines into a file, for a test from outside. TRANSCRIPTS is a folder.
 
 #include "gateway.h"
+#include "losses.h"
 #include "program.h"
 #include "random_text.h"
 
@@ -14,8 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <set>
-
-using Lines = std::vector<std::string>;
 
 static Program tool;
 static Program config;
@@ -42,6 +41,7 @@ enum class Sort {
     not_configuring,  // it shows, tests or clears
     with_a_complaint, // it is done, and the tool says that something is wrong with it
     last_word_lost,   // it would do the same without its last word
+    part_lost,        // it would do the same without a part of a word, or with another value of it
     deletes_nothing,  // a limit that is not there
     count
 };
@@ -51,6 +51,7 @@ static const char *const sorts[] = {"taken",
                                     "not configuring",
                                     "done with a complaint",
                                     "with a word that is ignored",
+                                    "with a part that is ignored",
                                     "deleting a limit that is not there"};
 
 // What configures, as requests.
@@ -88,6 +89,12 @@ static bool loses_last_word(Lines words, uint8_t mode)
     return type(words, mode).status == 0 && events.size() == requests && memcmp(&with, &world.module, sizeof with) == 0;
 }
 
+static kxqos_rule_t rule_alone(const std::string &keyword, const std::string &value)
+{
+    type({"rule", "1", "match", keyword, value, "action", "queue", "1"}, RATELIMIT_MODE_DISABLE);
+    return world.module.rules[0];
+}
+
 static Sort sort_on(const Lines &words, uint8_t mode)
 {
     const Ran ran = type(words, mode);
@@ -102,7 +109,9 @@ static Sort sort_on(const Lines &words, uint8_t mode)
     before[0].mode = before[1].mode = mode;
     if (sent(KXQOS_RATE_LIMIT_SET) && memcmp(before, world.module.limits, sizeof before) == 0)
         return Sort::deletes_nothing;
-    return loses_last_word(words, mode) ? Sort::last_word_lost : Sort::taken;
+    if (loses_last_word(words, mode))
+        return Sort::last_word_lost;
+    return loses_part(words, rule_alone) ? Sort::part_lost : Sort::taken;
 }
 
 // A mode that the gateway has already is not sent, so there are two gateways.
@@ -203,6 +212,48 @@ static std::string mangle_words(const std::string &line, const Source &source, R
     return joined(words);
 }
 
+// A line that is taken and says more than the tool uses, or looks so.
+static std::string overfill(const std::string &line, Random *random)
+{
+    static const Lines ends = {"junk", "/24",    "/32",       "/0",           "/",
+                               "~",    "/0x1ff", "/0xff",     "~9",           "/ff:ff:ff:ff:ff:ff",
+                               "/::",  "5",      "~10.0.0.9", "/255.255.0.0", "00000000000000000000"};
+    static const Lines twins = {"sport", "esport", "dmac",  "edmac",    "sip",
+                                "esip",  "sip6",   "esip6", "protocol", "protocols"};
+    Lines words = words_of(line);
+    if (words.size() < 4)
+        return line;
+    const size_t at = 1 + random->upTo(words.size() - 2);
+    std::string &word = words[at];
+    const bool number = isdigit(static_cast<unsigned char>(word[0])) != 0;
+    switch (random->upTo(5)) {
+    case 0: // a pair twice
+        words.insert(words.begin() + static_cast<long>(at) - 1, {words[at - 1], words[at]});
+        break;
+    case 1:
+        if (number && word.find_first_not_of("0123456789") == std::string::npos && word.size() < 11)
+            word = std::to_string((random->once(3) ? 0xFFFFFFFF00000000ULL : 1ULL << 32 << random->upTo(20)) +
+                                  std::stoull(word));
+        break;
+    case 2:
+        word += random->pick(ends);
+        break;
+    case 3:
+        word.insert(0, random->pick(Lines{"!", "-", "\f", "0", "00000000000"}));
+        break;
+    case 4: { // another for a field's place, with its value or any
+        const auto match = std::find(words.begin(), words.end(), "match");
+        if (words.end() - match > 3)
+            words.insert(match + 3, {random->pick(twins), random->once(2) ? *(match + 2) : random_value(random)});
+        break;
+    }
+    default: // its last word twice, with the one before
+        words.insert(words.end(), {words[words.size() - 2], words.back()});
+        break;
+    }
+    return joined(words);
+}
+
 static char random_byte(Random *random)
 {
     static const std::string marks = "!~/.:-+x0129afF \t,#";
@@ -248,6 +299,8 @@ static std::string random_line(const Source &source, Random *random)
     std::string line = right_line(source, random);
     if (random->once(3))
         return line;
+    if (random->once(3))
+        return overfill(line, random);
     for (uint64_t left = 1 + random->upTo(2); left > 0; left--)
         line = random->once(2) ? mangle_words(line, source, random) : mangle_bytes(line, random);
     return line;
