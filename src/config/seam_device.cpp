@@ -7,12 +7,12 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 enum class below : uint8_t { nothing, gateway, recorder, memory };
@@ -34,8 +34,7 @@ static bool lock(unsigned seconds)
             say("another kxqos-config is at work on the gateway");
             return false;
         }
-        const timespec pause = {0, 1000000000 / tries_a_second};
-        nanosleep(&pause, nullptr);
+        poll(nullptr, 0, 1000 / tries_a_second);
     }
     return true;
 }
