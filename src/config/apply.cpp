@@ -3,6 +3,7 @@
 
 #include "change_show.h"
 #include "differences.h"
+#include "faithful.h"
 #include "gateway.h"
 #include "message.h"
 #include "seam_device.h"
@@ -22,7 +23,7 @@ static change_list changes;
 static int read_both(const char *name, unsigned waitSeconds, bool *whole)
 {
     if (!load_file(name, &wanted_file) || !read_configuration(wanted_file, &wanted, &wanted_names) ||
-        !open_gateway(waitSeconds))
+        !can_be_saved(wanted_file, wanted, wanted_names) || !open_gateway(waitSeconds))
         return status_refused;
     hold_signals();
     *whole = read_gateway(&present, &wanted_names, &wanted);

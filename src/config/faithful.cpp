@@ -10,6 +10,7 @@
 #include "replay.h"
 #include "seam_output.h"
 
+#include <stdio.h>
 #include <string.h>
 
 static configuration replayed;
@@ -61,31 +62,42 @@ static int find_bad_name(const kxqos_rule_t &rule)
     return -1;
 }
 
-static int leave_out_rule(configuration *held, const char *wrong, int at)
+// What became of a rule when its line was replayed.
+static const char *reason_of(const kxqos_rule_t &rule, const char *wrong, int at)
 {
-    const kxqos_rule_t *rule = held->rules[at];
-    const char *profile = get_qos_profile_name(rule->table_id);
-    int field = find_bad_name(*rule);
+    static char reason[160];
+    int field = find_bad_name(rule);
     if (field < 0 && wrong == nullptr)
-        field = different_field(*rule, *replayed.rules[at]);
+        field = different_field(rule, *replayed.rules[at]);
     if (field >= 0)
-        say("rule %d profile %s would not come back equal: %s: %s", rule->rule_id, profile, match_fields[field].keyword,
-            reason_of(*rule, field));
-    else
-        say("rule %d profile %s would not come back equal: %s", rule->rule_id, profile,
-            wrong != nullptr ? wrong : "no command sets such an action");
-    held->rules[at] = nullptr;
-    return 1;
+        wrong = reason_of(rule, field);
+    else if (wrong == nullptr)
+        wrong = "no command sets such an action";
+    snprintf(reason, sizeof reason, "would not come back equal: %s%s%s", field >= 0 ? match_fields[field].keyword : "",
+             field >= 0 ? ": " : "", wrong);
+    return reason;
 }
 
-static int check_rule(configuration *held, int at)
+// Why a rule would not come back equal from its line, or null.
+static const char *check_rule(const kxqos_rule_t &rule, int at)
 {
     forget_printed();
-    print_rule_command(held->rules[at]);
+    print_rule_command(&rule);
     const char *wrong = replay_printed();
-    if (wrong == nullptr && replayed.rules[at] != nullptr && equal_rules(*held->rules[at], *replayed.rules[at]))
+    if (wrong == nullptr && replayed.rules[at] != nullptr && equal_rules(rule, *replayed.rules[at]))
+        return nullptr;
+    return reason_of(rule, wrong, at);
+}
+
+static int leave_out_rule(configuration *held, int at)
+{
+    const kxqos_rule_t &rule = *held->rules[at];
+    const char *why = check_rule(rule, at);
+    if (why == nullptr)
         return 0;
-    return leave_out_rule(held, wrong, at);
+    say("rule %d profile %s %s", rule.rule_id, get_qos_profile_name(rule.table_id), why);
+    held->rules[at] = nullptr;
+    return 1;
 }
 
 static int check_bucket(kxqos_rate_bucket_t *bucket, int at)
@@ -154,18 +166,66 @@ static int check_limits(kxqos_rl_t *limits)
     return left;
 }
 
-int leave_out_unfaithful(configuration *held)
+static void start_replay()
 {
     start_configuration(&replayed);
     print_to_memory();
+}
+
+int leave_out_unfaithful(configuration *held)
+{
+    start_replay();
     int left = 0;
     for (int at = 0; at < rule_places; at++)
         if (held->rules[at] != nullptr)
-            left += check_rule(held, at);
+            left += leave_out_rule(held, at);
     for (int at = 0; at < KXQOS_BUCKET_LAST; at++)
         if (held->buckets[at].bucketID != 0)
             left += check_bucket(&held->buckets[at], at);
     for (int upDir = 1; upDir >= 0; upDir--)
         left += check_limits(&held->limits[upDir]);
     return left;
+}
+
+template <typename... Fields> static constexpr uint32_t set_of(Fields... fields)
+{
+    return (0 | ... | (1U << fields));
+}
+
+// Those that stand in one place of a rule.
+static constexpr uint32_t together[] = {
+    set_of(KXQOS_MATCH_DMAC, KXQOS_MATCH_EGR_DMAC),
+    set_of(KXQOS_MATCH_DIPV4, KXQOS_MATCH_DIPV6),
+    set_of(KXQOS_MATCH_SIPV4, KXQOS_MATCH_SIPV6, KXQOS_MATCH_EGR_SIPV4, KXQOS_MATCH_EGR_SIPV6),
+    set_of(KXQOS_MATCH_L4SRCPORT, KXQOS_MATCH_EGR_L4SRCPORT),
+};
+
+// Whether the line of a rule that was made by a line may be another: where a mask is not shown, where fields share a
+// place, and where a rule does nothing. All else is shown as it was given.
+static bool may_differ(const kxqos_rule_t &rule)
+{
+    uint32_t selected = 0;
+    memcpy(&selected, rule.fieldSel, sizeof selected);
+    if ((selected >> KXQOS_MATCH_IPPROTO_BITS & 1) != 0 || rule.action.actionFlag == 0)
+        return true;
+    for (uint32_t set : together)
+        if ((selected & set & ((selected & set) - 1)) != 0)
+            return true;
+    return false;
+}
+
+bool can_be_saved(const file &file, const configuration &wanted, const names &names)
+{
+    start_replay();
+    bool all = true;
+    for (int at = 0; at < rule_places; at++) {
+        const kxqos_rule_t *rule = wanted.rules[at];
+        if (rule == nullptr || !may_differ(*rule))
+            continue;
+        if (const char *why = check_rule(*rule, at)) {
+            say_at(file, names.rules[at], why);
+            all = false;
+        }
+    }
+    return all;
 }

@@ -5,7 +5,6 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <libgen.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -21,18 +20,17 @@ static bool refuse(const char *file, const char *wrong)
 // Sets file to where a link leads to, and *status to the old file's; its mode is 0 when there is none.
 static bool find_file(const char *name, replacement *replacement, struct stat *status)
 {
-    memset(status, 0, sizeof *status);
     if (realpath(name, replacement->file) == nullptr) {
-        struct stat link;
-        if (errno != ENOENT || lstat(name, &link) == 0)
+        if (errno != ENOENT || lstat(name, status) == 0)
             return refuse(name, strerror(errno));
-        const size_t size = strlen(name);
-        if (size >= sizeof replacement->file)
+        const size_t size = strlen(name) + 1;
+        if (size > sizeof replacement->file)
             return refuse(name, strerror(ENAMETOOLONG));
-        memcpy(replacement->file, name, size + 1);
+        memcpy(replacement->file, name, size);
+        status->st_mode = 0;
         return true;
     }
-    if (stat(replacement->file, status) != 0)
+    if (lstat(replacement->file, status) != 0) // no link any more
         return refuse(name, strerror(errno));
     return S_ISREG(status->st_mode) || refuse(name, "not a regular file");
 }
@@ -77,11 +75,14 @@ bool begin_replacement(const char *name, replacement *replacement)
     return true;
 }
 
-static bool sync_folder(const char (&file)[PATH_MAX])
+// Leaves of the name of the file its folder's.
+static bool sync_folder(char *file)
 {
-    static char copy[PATH_MAX];
-    memcpy(copy, file, sizeof copy);
-    const int fd = open(dirname(copy), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    size_t size = strlen(file);
+    while (size > 0 && file[size - 1] != '/')
+        size--;
+    file[size] = '\0';
+    const int fd = open(size > 0 ? file : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return fd >= 0 && fsync(fd) == 0 && close(fd) == 0;
 }
 
@@ -95,7 +96,7 @@ bool finish_replacement(replacement *replacement, bool written)
         release_signals();
         return false;
     }
-    const bool synced = sync_folder(replacement->file);
+    const bool synced = sync_folder(replacement->temporary);
     if (!synced)
         say("%s: saved, but perhaps not on the disk yet: %s", file, strerror(errno));
     release_signals();

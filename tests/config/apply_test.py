@@ -226,7 +226,7 @@ bucket 3 delete
                                ('limit up mode vlan\n' + ''.join(f'limit up add vlan {n} rate 5\n' for n in range(1, 9)),
                                 'limit up mode vlan\n' + ''.join(f'limit up add vlan {n} rate {n}\n'
                                                                  for n in (2, 3, 9, 5, 1))),
-                               (FULL, 'rule 9 match protocols 5/7 action queue 1\n'
+                               (FULL, 'rule 9 match protocols 5 action queue 1\n'
                                       'rule 10 match sip 10.0.0.0~10.0.0.0 esip 10.0.0.0/10.0.0.0 action\n')):
             self.applied(former)
             shown = self.config('diff', self.file(wanted)).out

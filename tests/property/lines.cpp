@@ -43,6 +43,7 @@ enum class Sort {
     last_word_lost,   // it would do the same without its last word
     part_lost,        // it would do the same without a part of a word, or with another value of it
     deletes_nothing,  // a limit that is not there
+    not_brought_back, // a rule whose line in the dump makes another
     count
 };
 
@@ -52,7 +53,8 @@ static const char *const sorts[] = {"taken",
                                     "done with a complaint",
                                     "with a word that is ignored",
                                     "with a part that is ignored",
-                                    "deleting a limit that is not there"};
+                                    "deleting a limit that is not there",
+                                    "making a rule that would not come back"};
 
 // What configures, as requests.
 static bool configures(const Event &event)
@@ -95,6 +97,18 @@ static kxqos_rule_t rule_alone(const std::string &keyword, const std::string &va
     return world.module.rules[0];
 }
 
+// Whether the rule that was just added is another once its line in the dump is typed into a new gateway.
+static bool is_not_brought_back(uint8_t mode)
+{
+    if (!sent(KXQOS_RULE_ADD))
+        return false;
+    const model with = world.module;
+    const std::string shown = run_program(tool, {"configuration", "show"}).output;
+    const size_t start = shown.find("rule ");
+    type(words_of(shown.substr(start, shown.find('\n', start) - start)), mode);
+    return memcmp(&with, &world.module, sizeof with) != 0;
+}
+
 static Sort sort_on(const Lines &words, uint8_t mode)
 {
     const Ran ran = type(words, mode);
@@ -109,6 +123,8 @@ static Sort sort_on(const Lines &words, uint8_t mode)
     before[0].mode = before[1].mode = mode;
     if (sent(KXQOS_RATE_LIMIT_SET) && memcmp(before, world.module.limits, sizeof before) == 0)
         return Sort::deletes_nothing;
+    if (is_not_brought_back(mode))
+        return Sort::not_brought_back;
     if (loses_last_word(words, mode))
         return Sort::last_word_lost;
     return loses_part(words, rule_alone) ? Sort::part_lost : Sort::taken;

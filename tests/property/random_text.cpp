@@ -166,8 +166,7 @@ static std::string value_of(const Field &field, Random *random)
     case 'p':
         return inverse + number(some_number(field.most, random), random);
     case 'b':
-        return inverse + number(random->upTo(255), random) +
-               (random->once(3) ? "/" + number(random->upTo(255), random) : "");
+        return inverse + number(random->upTo(255), random); // no line shows a mask
     default:
         return inverse + number_value(field.most, random);
     }
@@ -176,6 +175,24 @@ static std::string value_of(const Field &field, Random *random)
 std::string random_value(Random *random)
 {
     return value_of(random->pick(fields), random);
+}
+
+std::pair<std::string, std::string> random_match(Random *random)
+{
+    static const char *const names[] = {"",       "!",      "!!eth0", "x vid 7", "a\tb",
+                                        "a\nb",   "!a b",   "a b\n!", "\r",      "name_15_letters",
+                                        "eth0\r", "action", "!name",  "# \x7F ", "x action dbgon"};
+    static const char *const often[] = {"sip", "sip6", "esip", "esip6", "dmac", "edmac", "protocols", "indev"};
+    const char *sought = random->pick(often);
+    const bool any = random->once(2);
+    const Field *field = any ? &random->pick(fields)
+                             : std::find_if(std::begin(fields), std::end(fields),
+                                            [&](const Field &row) { return strcmp(row.keyword, sought) == 0; });
+    if (field->kind == 'd' && random->once(2))
+        return {field->keyword, random->pick(names)};
+    if (field->kind == 'b' && random->once(2))
+        return {field->keyword, number_value(field->most, random)};
+    return {field->keyword, value_of(*field, random)};
 }
 
 // Rules

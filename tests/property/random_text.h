@@ -57,8 +57,12 @@ Setup near_setup(const Setup &setup, Random *random);
 // Its lines, without newlines: in any order that means the same, spelt in any way that means the same.
 std::vector<std::string> lines_of(const Setup &setup, Random *random);
 
-// "match" or "action" and what may follow, all of it right.
+// "match" or "action" and what may follow, all of it right, and such that its line in the dump brings it back.
 std::string random_rule(Random *random);
+
+// A match field and its value, right or nearly, with blanks and all else that a name can hold when it is typed; of
+// fields that share their place in a rule mostly.
+std::pair<std::string, std::string> random_match(Random *random);
 
 // A value, right or nearly, for any field.
 std::string random_value(Random *random);

@@ -357,44 +357,44 @@ kxqos_rule_t rule_with_name(const char *name, bool is_inverse)
 }
 
 constexpr RuleState states[] = {
-    {"a match field that does not exist", has_unknown_field, [] { return rule_with({last_bit}); }},
-    {"an action without a keyword", has_unknown_action,
+    {"a match field that does not exist", false, has_unknown_field, [] { return rule_with({last_bit}); }},
+    {"an action without a keyword", false, has_unknown_action,
      [] {
          kxqos_rule_t rule = plain_rule();
          rule.action.actionFlag |= 1U << KXQOS_ACTION_FINE_CLASSIFY;
          return rule;
      }},
-    {"no action and fewer than two match fields", does_nothing,
+    {"no action and fewer than two match fields", true, does_nothing,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_VID});
          rule.action = {};
          return rule;
      }},
-    {"debugging together with an egress field", debugs_egress,
+    {"debugging together with an egress field", false, debugs_egress,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_EGR_L4SRCPORT});
          rule.action.actionFlag |= 1U << KXQOS_ACTION_SKB_DBG_ON;
          return rule;
      }},
-    {"an action's parameter outside its bounds", has_high_parameter,
+    {"an action's parameter outside its bounds", false, has_high_parameter,
      [] {
          kxqos_rule_t rule = plain_rule();
          rule.action.queue = 8;
          return rule;
      }},
-    {"a number above its field's highest", has_high_number,
+    {"a number above its field's highest", false, has_high_number,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_VID});
          rule.field.vlanID = 4096;
          return rule;
      }},
-    {"a flow label's mask of more than 16 bits", has_wide_label_mask,
+    {"a flow label's mask of more than 16 bits", false, has_wide_label_mask,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_FL});
          rule.mask.flowlabel = 0xfffff;
          return rule;
      }},
-    {"a range that ends before it begins", goes_down,
+    {"a range that ends before it begins", true, goes_down,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_SIPV4});
          rule.field.srcIP.ipv4Addr = 2;
@@ -402,34 +402,36 @@ constexpr RuleState states[] = {
          put_bit(rule.fieldMode, KXQOS_MATCH_SIPV4, true);
          return rule;
      }},
-    {"an IPv6 range that varies more than its last 16 bits", has_wide_ipv6_range,
+    {"an IPv6 range that varies more than its last 16 bits", true, has_wide_ipv6_range,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_DIPV6});
          rule.mask.dstIP.ipv6Addr.s6_addr[13] = 1;
          put_bit(rule.fieldMode, KXQOS_MATCH_DIPV6, true);
          return rule;
      }},
-    {"an address with bits outside its mask", has_bits_outside_mask,
+    {"an address with bits outside its mask", true, has_bits_outside_mask,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_SMAC});
          rule.field.srcMac[5] = 1;
          return rule;
      }},
-    {"a range of a field that has no such form", has_range_without_form,
+    {"a range of a field that has no such form", false, has_range_without_form,
      [] {
          kxqos_rule_t rule = rule_with({KXQOS_MATCH_RXPORT});
          put_bit(rule.fieldMode, KXQOS_MATCH_RXPORT, true);
          return rule;
      }},
-    {"a mask of protocols other than 255", has_protocols_mask, [] { return rule_with({KXQOS_MATCH_IPPROTO_BITS}); }},
-    {"an interface name without an end", has_unended_name, [] { return rule_with_name("abcdefghijklmnop", false); }},
-    {"an inverse interface name of 15 characters", has_long_inverse_name,
+    {"a mask of protocols other than 255", true, has_protocols_mask,
+     [] { return rule_with({KXQOS_MATCH_IPPROTO_BITS}); }},
+    {"an interface name without an end", false, has_unended_name,
+     [] { return rule_with_name("abcdefghijklmnop", false); }},
+    {"an inverse interface name of 15 characters", false, has_long_inverse_name,
      [] { return rule_with_name("abcdefghijklmno", true); }},
-    {"an empty interface name that is not inverse", has_empty_name, [] { return rule_with_name("", false); }},
-    {"an interface name that begins with the inverse mark and is not inverse", has_marked_name,
+    {"an empty interface name that is not inverse", true, has_empty_name, [] { return rule_with_name("", false); }},
+    {"an interface name that begins with the inverse mark and is not inverse", false, has_marked_name,
      [] { return rule_with_name("!eth0", false); }},
-    {"an interface name with a blank in it", has_blank_name, [] { return rule_with_name("eth 0", false); }},
-    {"bytes that carry no meaning", has_meaningless_bytes,
+    {"an interface name with a blank in it", true, has_blank_name, [] { return rule_with_name("eth 0", false); }},
+    {"bytes that carry no meaning", false, has_meaningless_bytes,
      [] {
          kxqos_rule_t rule = plain_rule();
          rule.mask.tc = 1;
@@ -439,12 +441,12 @@ constexpr RuleState states[] = {
 
 } // namespace
 
-std::span<const RuleState> inexpressible_rule_states()
+std::span<const RuleState> rule_states()
 {
     return states;
 }
 
-std::set<std::string> inexpressible(const kxqos_rule_t &rule)
+std::set<std::string> states_not_brought_back(const kxqos_rule_t &rule)
 {
     std::set<std::string> names;
     for (const RuleState &state : states) {

@@ -1,4 +1,4 @@
-// Rules as a module may hold them, and what of them no command can express.
+// Rules as a module may hold them, and what of them the dump cannot express.
 #ifndef ROUNDTRIP_RULE_STATES_H
 #define ROUNDTRIP_RULE_STATES_H
 
@@ -21,18 +21,18 @@ kxqos_rule_t random_rule(Random &random);
 // Changes a bit of a rule, mostly one that carries a meaning.
 void spoil(kxqos_rule_t &rule, Random &random);
 
-// A state that the syntax of the rule command cannot express: a rule in it does not come back when its line in the dump
-// is typed.
+// A state of a rule that the dump cannot express: the rule does not come back when its line is typed.
 struct RuleState {
     const char *name;
+    bool is_made; // by some command that the tool accepts; the others come from elsewhere
     bool (*holds)(const kxqos_rule_t &rule);
     // A rule that is in this state and in no other.
     kxqos_rule_t (*example)();
 };
 
-std::span<const RuleState> inexpressible_rule_states();
+std::span<const RuleState> rule_states();
 
 // The names of the states that a rule is in.
-std::set<std::string> inexpressible(const kxqos_rule_t &rule);
+std::set<std::string> states_not_brought_back(const kxqos_rule_t &rule);
 
 #endif
