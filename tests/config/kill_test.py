@@ -233,6 +233,26 @@ class TwoAtOnce(KillTest):
             self.both(*(['apply', self.paths[text]] for text in texts), longest)
             self.assertIn(self.held(), [end for end, _ in self.ends.values()], f'seed {self.seed}, trial {trial}')
 
+    def test_save_beside_boot(self):
+        # Of the same file, on a gateway that was just switched on. What save finds there is its own to say, be it nothing
+        # or all; the unit for it waits for the one for boot.
+        self.state.unlink()
+        nothing = (self.held(), self.config('save', '-').out)
+        saved = self.folder / 'saved'
+        saved.write_bytes(self.ends[FULL][1])
+        longest = self.seconds('apply', '--keep-going', str(saved))
+        for trial in range(TRIALS):
+            self.state.unlink()
+            saved.write_bytes(self.ends[FULL][1])
+            words = [['apply', '--keep-going', str(saved)], ['save', str(saved)]]
+            self.both(*self.random.sample(words, 2), longest)
+            hint = f'seed {self.seed}, trial {trial}'
+            self.assertIn(saved.read_bytes(), (nothing[1], self.ends[FULL][1]), hint)
+            self.assertIn(self.held(), (nothing[0], self.ends[FULL][0]), hint)
+            # It is empty only because the file that it was given was already.
+            self.assertTrue(self.held() == self.ends[FULL][0] or saved.read_bytes() == nothing[1], hint)
+            self.assertEqual([path.name for path in self.folder.glob('saved*')], ['saved'], hint)
+
     def test_apply_of_the_file_that_is_saved(self):
         saved = self.folder / 'saved'
         self.applied(FULL)

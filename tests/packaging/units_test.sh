@@ -40,7 +40,9 @@ begin_system() {
         printf '%s\n' '[Service]' 'Environment=LD_PRELOAD=/usr/lib/kxqos-lab/libkxqos-lab.so' \
             'Environment=LD_LIBRARY_PATH=/usr/lib/kxqos-lab KXQOS_LAB_STATE=/var/lab/state' \
             'ReadWritePaths=/var/lab' >$units/$unit.service.d/lab.conf
-        sed '/dev-kxqos.device$/d' root/lib/systemd/system/$unit.service >$units/$unit.service
+        # Shorter limits, in the place of those that are there.
+        sed -e '/dev-kxqos.device$/d' -e 's/^TimeoutStartSec=30$/TimeoutStartSec=2/' \
+            -e 's/^TimeoutStopSec=5$/TimeoutStopSec=1/' root/lib/systemd/system/$unit.service >$units/$unit.service
     done
     printf '%s\n' '[Unit]' 'SuccessAction=exit-force' 'FailureAction=exit-force' '[Service]' Type=oneshot \
         'ExecStart=/root/units_test.sh --inside' 'StandardOutput=file:/root/said' \
@@ -88,6 +90,30 @@ check_units() {
     same 'what is in the log' \
         'kxqos-config: /etc/kxqos.conf:1: Err: Maximum 64 rules of qos profile!: rule 65 action queue 1' \
         "$(journalctl --sync && journalctl -u kxqos -t kxqos-config -o cat)"
+    # Save while the gateway that was just switched on is configured.
+    echo 'bucket 9 rate 128' >/var/real.conf
+    systemctl reset-failed kxqos
+    kxqos-lab --state /var/lab/state --reboot
+    systemctl start kxqos kxqos-save
+    same 'save beside boot' '0 bucket 9 rate 128' "$? $(grep ^bucket /var/real.conf)"
+
+    # A module that never answers: somebody else keeps the lab's gateway.
+    systemctl stop kxqos
+    mkfifo /tmp/kept
+    python3 -c 'import fcntl, time
+state = open("/var/lab/state", "r+b")
+fcntl.lockf(state, fcntl.LOCK_EX)
+open("/tmp/kept", "w").close()
+time.sleep(60)' &
+    keeper=$!
+    read -r _ </tmp/kept
+    for unit in kxqos kxqos-save; do
+        systemctl start $unit 2>/dev/null
+        same "$unit without an answer" '1 failed timeout' \
+            "$? $(systemctl is-failed $unit) $(systemctl show -p Result --value $unit)"
+    done
+    kill $keeper
+    wait $keeper 2>/dev/null
     rm /etc/kxqos.conf
     systemctl reset-failed kxqos
     systemctl start kxqos
