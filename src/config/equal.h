@@ -4,6 +4,17 @@
 
 #include "kxqos.h"
 
+#include <endian.h>
+#include <string.h>
+
+// The selected fields: field n is bit n.
+inline uint32_t selected_fields(const kxqos_rule_t &rule)
+{
+    uint32_t fields = 0;
+    memcpy(&fields, rule.fieldSel, sizeof fields);
+    return le32toh(fields);
+}
+
 // The selected fields (value, mask, form, inverse) and the actions that commands set; ids, hits and what only the
 // module sets do not count.
 bool equal_rules(const kxqos_rule_t &a, const kxqos_rule_t &b);

@@ -55,8 +55,9 @@ static int find_bad_name(const kxqos_rule_t &rule)
         if (row.kind != match_kind::device || !has_field(rule.fieldSel, field))
             continue;
         const char *name = static_cast<const char *>(match_value(&rule, row));
-        if (name[0] == '\0' || name[0] == '!' || memchr(name, '\0', row.size) == nullptr ||
-            strcspn(name, " \t\n") != strlen(name))
+        // After the "!" of an inverse field any name can stand.
+        const bool unclear = (name[0] == '\0' || name[0] == '!') && !has_field(rule.fieldInverse, field);
+        if (unclear || memchr(name, '\0', row.size) == nullptr || strcspn(name, " \t\n") != strlen(name))
             return field;
     }
     return -1;
@@ -187,31 +188,21 @@ int leave_out_unfaithful(configuration *held)
     return left;
 }
 
-template <typename... Fields> static constexpr uint32_t set_of(Fields... fields)
+static bool share_place(uint32_t fields)
 {
-    return (0 | ... | (1U << fields));
+    for (uint32_t left = fields; left != 0; left &= left - 1)
+        for (uint32_t others = left & (left - 1); others != 0; others &= others - 1)
+            if (match_fields[__builtin_ctz(left)].offset == match_fields[__builtin_ctz(others)].offset)
+                return true;
+    return false;
 }
-
-// Those that stand in one place of a rule.
-static constexpr uint32_t together[] = {
-    set_of(KXQOS_MATCH_DMAC, KXQOS_MATCH_EGR_DMAC),
-    set_of(KXQOS_MATCH_DIPV4, KXQOS_MATCH_DIPV6),
-    set_of(KXQOS_MATCH_SIPV4, KXQOS_MATCH_SIPV6, KXQOS_MATCH_EGR_SIPV4, KXQOS_MATCH_EGR_SIPV6),
-    set_of(KXQOS_MATCH_L4SRCPORT, KXQOS_MATCH_EGR_L4SRCPORT),
-};
 
 // Whether the line of a rule that was made by a line may be another: where a mask is not shown, where fields share a
 // place, and where a rule does nothing. All else is shown as it was given.
 static bool may_differ(const kxqos_rule_t &rule)
 {
-    uint32_t selected = 0;
-    memcpy(&selected, rule.fieldSel, sizeof selected);
-    if ((selected >> KXQOS_MATCH_IPPROTO_BITS & 1) != 0 || rule.action.actionFlag == 0)
-        return true;
-    for (uint32_t set : together)
-        if ((selected & set & ((selected & set) - 1)) != 0)
-            return true;
-    return false;
+    return has_field(rule.fieldSel, KXQOS_MATCH_IPPROTO_BITS) || rule.action.actionFlag == 0 ||
+           share_place(selected_fields(rule));
 }
 
 bool can_be_saved(const file &file, const configuration &wanted, const names &names)

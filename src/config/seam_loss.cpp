@@ -4,7 +4,6 @@
 #include "loss.h"
 #include "match_fields.h"
 
-#include <endian.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -42,13 +41,6 @@ const char *what_was_lost(const kxqos_rule_t *rule)
     static char text[64];
     snprintf(text, sizeof text, "%s would be ignored", first);
     return text;
-}
-
-static uint32_t selected_fields(const kxqos_rule_t &rule)
-{
-    uint32_t fields = 0;
-    memcpy(&fields, rule.fieldSel, sizeof fields);
-    return le32toh(fields);
 }
 
 void begin_match_field(const kxqos_rule_t *rule, int field)
