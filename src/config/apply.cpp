@@ -74,18 +74,22 @@ struct attempt {
     sides between;
     int made; // changes that were begun
     bool failed;
-    bool interrupted;
 };
 
+// When a limit could not be removed, or a database not be written, what follows of that direction is left out: the
+// switch would hold a limit that no database names, and no later apply would know of it.
 static void send_all(bool keepGoing, attempt *attempt)
 {
+    int leftOut = no_direction + 1;
     while (attempt->made < changes.count) {
         if (signal_came()) {
             say("stopped by a signal");
-            attempt->failed = attempt->interrupted = true;
+            attempt->failed = true;
             return;
         }
         const change &change = changes.changes[attempt->made++];
+        if (change.upDir == leftOut)
+            continue;
         const char *failure = send_change(change, attempt->between);
         if (failure == nullptr)
             continue;
@@ -93,6 +97,8 @@ static void send_all(bool keepGoing, attempt *attempt)
         attempt->failed = true;
         if (!keepGoing)
             return;
+        if (change.kind == change_kind::limit_remove || change.kind == change_kind::limits_write)
+            leftOut = change.upDir;
     }
 }
 
@@ -167,7 +173,7 @@ static int confirm(const attempt &attempt, unsigned seconds)
 
 static int change_gateway(bool whole, bool keepGoing, const options &options)
 {
-    attempt attempt = {{&present, &wanted, wanted_names.refreshWord}, 0, !whole, false};
+    attempt attempt = {{&present, &wanted, wanted_names.refreshWord}, 0, !whole};
     send_all(keepGoing, &attempt);
     if (keepGoing)
         return attempt.made == 0 && !attempt.failed ? status_done : keep_going(attempt);

@@ -4,7 +4,7 @@
 
 static void add(change_list *list, change_kind kind, int index)
 {
-    list->changes[list->count++] = {kind, 0, 0, static_cast<int16_t>(index)};
+    list->changes[list->count++] = {kind, no_direction, 0, static_cast<int16_t>(index)};
 }
 
 static void add_limit(change_list *list, change_kind kind, int upDir, int mode, int index)

@@ -23,9 +23,11 @@ enum class change_kind : uint8_t {
     debug_set,
 };
 
+inline constexpr uint8_t no_direction = 2;
+
 struct change {
     change_kind kind;
-    uint8_t upDir; // of the limits
+    uint8_t upDir; // of the limits; no_direction for all else
     uint8_t mode;  // the table: RATELIMIT_MODE_*
     int16_t index;
 };

@@ -182,7 +182,7 @@ bool next_line(const file &file, position *position, line *line)
 // As much of a line as a message shows.
 static constexpr int shown_most = 4095;
 
-// The line for people: nothing in it moves a terminal's cursor.
+// The line for people.
 static void clean_copy(const char *text, uint32_t size, char (&copy)[shown_most + 1])
 {
     while (size > 0 && is_blank(*text)) {
@@ -193,10 +193,8 @@ static void clean_copy(const char *text, uint32_t size, char (&copy)[shown_most 
         size--;
     if (size > shown_most)
         size = shown_most;
-    for (uint32_t i = 0; i < size; i++) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        copy[i] = is_blank(text[i]) ? ' ' : c < ' ' || c == 0x7F ? '?' : text[i];
-    }
+    for (uint32_t i = 0; i < size; i++)
+        copy[i] = is_blank(text[i]) ? ' ' : text[i];
     copy[size] = '\0';
 }
 

@@ -17,8 +17,12 @@ void say(const char *format, ...)
     va_end(values);
     if (length < 0)
         return;
-    const size_t end = strlen(text);
-    text[end] = '\n';
-    text[end + 1] = '\0';
+    // Nothing moves a terminal's cursor, whoever named it.
+    char *end = text;
+    for (; *end != '\0'; end++)
+        if (static_cast<unsigned char>(*end) < ' ' || *end == 0x7F)
+            *end = '?';
+    end[0] = '\n';
+    end[1] = '\0';
     fputs(text, stderr);
 }

@@ -271,7 +271,7 @@ static const char *check_part(place where, reading *reading)
     const int part = part_of(what_was_recorded().request);
     if (part >= 0 && reading->marks == 0 && reading->first.number == 0)
         reading->first = where;
-    if (part >= 0 && reading->marks != 0 && reading->marks != part)
+    if (reading->marks == marks || (part >= 0 && reading->marks != 0 && reading->marks != part))
         return "stands after the wrong line of \"!\"";
     return nullptr;
 }

@@ -90,38 +90,48 @@ static const char *send_limit(const kxqos_rl_t &db, const change &change, bool e
     return failure;
 }
 
+// Marked before the database names what is not yet in the switch.
 static const char *send_limits(const kxqos_rl_t &db)
 {
+    mark_switch(true);
     return set_rate_limit_db(&db) == 0 ? nullptr : request_failure();
+}
+
+// Gives the thing that a change is about the state that it has in a configuration.
+static const char *send_state(const change &change, const configuration &configuration)
+{
+    switch (change.kind) {
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        return send_counter(change.index, configuration.counters[change.index] != 0);
+    case change_kind::switch_set:
+        return send_word(gateway_switches[change.index].set, configuration.switches[change.index]);
+    case change_kind::bucket_set:
+    case change_kind::bucket_delete:
+        return send_bucket(configuration, change.index);
+    case change_kind::rule_set:
+    case change_kind::rule_delete:
+        return send_rule(configuration, change.index);
+    case change_kind::limits_write:
+        return send_limits(configuration.limits[change.upDir]);
+    default:
+        return send_word(KXQOS_DEBUG_SET, configuration.debug);
+    }
 }
 
 const char *send_change(const change &change, const sides &sides)
 {
-    const configuration &to = *sides.to;
     switch (change.kind) {
     case change_kind::refresh:
         return send_word(KXQOS_REFRESH_SET, sides.refreshWord);
-    case change_kind::counter_enable:
-    case change_kind::counter_disable:
-        return send_counter(change.index, change.kind == change_kind::counter_enable);
-    case change_kind::switch_set:
-        return send_word(gateway_switches[change.index].set, to.switches[change.index]);
-    case change_kind::bucket_set:
-    case change_kind::bucket_delete:
-        return send_bucket(to, change.index);
-    case change_kind::rule_set:
-    case change_kind::rule_delete:
-        return send_rule(to, change.index);
     case change_kind::rule_reset:
         return send_reset(change.index);
     case change_kind::limit_remove:
         return send_limit(sides.from->limits[change.upDir], change, false);
     case change_kind::limit_install:
-        return send_limit(to.limits[change.upDir], change, true);
-    case change_kind::limits_write:
-        return send_limits(to.limits[change.upDir]);
+        return send_limit(sides.to->limits[change.upDir], change, true);
     default:
-        return send_word(KXQOS_DEBUG_SET, to.debug);
+        return send_state(change, *sides.to);
     }
 }
 
@@ -138,30 +148,16 @@ static const char *undo_reset(const configuration &from, int profile)
 
 const char *undo_change(const change &change, const sides &sides)
 {
-    const configuration &from = *sides.from;
     switch (change.kind) {
     case change_kind::refresh:
         return nullptr; // what it was before cannot be known
-    case change_kind::counter_enable:
-    case change_kind::counter_disable:
-        return send_counter(change.index, from.counters[change.index] != 0);
-    case change_kind::switch_set:
-        return send_word(gateway_switches[change.index].set, from.switches[change.index]);
-    case change_kind::bucket_set:
-    case change_kind::bucket_delete:
-        return send_bucket(from, change.index);
-    case change_kind::rule_set:
-    case change_kind::rule_delete:
-        return send_rule(from, change.index);
     case change_kind::rule_reset:
-        return undo_reset(from, change.index);
+        return undo_reset(*sides.from, change.index);
     case change_kind::limit_remove:
-        return send_limit(from.limits[change.upDir], change, true);
+        return send_limit(sides.from->limits[change.upDir], change, true);
     case change_kind::limit_install:
         return send_limit(sides.to->limits[change.upDir], change, false);
-    case change_kind::limits_write:
-        return send_limits(from.limits[change.upDir]);
     default:
-        return send_word(KXQOS_DEBUG_SET, from.debug);
+        return send_state(change, *sides.from);
     }
 }

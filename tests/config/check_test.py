@@ -187,7 +187,7 @@ class Check(GatewayTest):
         self.assertEqual(self.check(text), (2, ''.join(f'kxqos-config: {message}\n' for message in messages)))
 
     def test_right_files(self):
-        for text in DUMP, NOTHING, DUMP.replace('!\n', ''), DUMP + 'counter 5 enable\ndebug info on\n':
+        for text in DUMP, NOTHING, DUMP.replace('!\n', ''), '!\ncounter 5 enable\ndebug info on\n' + DUMP[2:]:
             self.assertEqual(self.check(text), (0, ''))
 
     def test_no_gateway_is_touched(self):
@@ -218,6 +218,9 @@ class Check(GatewayTest):
         self.refused('qos enable\n' + NOTHING.replace('qos disable\n', ''),
                      '/file:1: stands before the first line of "!": qos enable')
         self.refused(DUMP + 'bucket 4 rate 64\n', '/file:14: stands after the wrong line of "!": bucket 4 rate 64')
+        # Nothing stands behind the last, where it could be cut off unnoticed.
+        for line in 'counter 5 enable', 'debug info on', 'refresh enable', 'rule 5 delete', 'reset profile qos':
+            self.refused(f'{DUMP}{line}\n', f'/file:14: stands after the wrong line of "!": {line}')
         self.refused(DUMP.replace('qos enable\n!\n', '!\nqos enable\n'),
                      '/file:3: stands after the wrong line of "!": qos enable')
 
@@ -359,6 +362,8 @@ class Check(GatewayTest):
     def test_no_terminal_is_moved(self):
         self.refused(b'qos \x1b[2J\x7f\n',
                      '/file:1: a word is missing, unknown, too long or out of its range: qos ?[2J?')
+        # Nor by what the tool says of a word.
+        self.refused(b'\x1b[2J\n', '/file:1: Err: unknow argument: ?[2J: ?[2J')
 
 
 class Usage(GatewayTest):

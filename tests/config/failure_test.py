@@ -221,6 +221,25 @@ class KeepGoing(Configured):
         self.applied(text)
         self.assertEqual(sorted(after.splitlines()), sorted(self.status().splitlines()))
 
+    def test_the_switch_has_no_limit_that_no_database_names(self):
+        # When one could not be removed or the database not be written, the rest of that direction is left out: another file's
+        # apply would know of nothing to remove.
+        first = 'limit up mode vlan\nlimit up add vlan 1 rate 5\n'
+        second = ('limit up mode vlan\nlimit up add vlan 3 rate 7\n'
+                  'limit down mode vlan\nlimit down add vlan 3 rate 8\nbucket 7 rate 64\n')
+        third = 'limit up mode vlan\nlimit up add vlan 4 rate 8\n'
+        self.applied(third)
+        end = sorted(self.status().splitlines())
+        for fault, up in ((f'{VLAN}#1=fail', [f'{VLAN} 1 1 0 5 = 6']),
+                          ('19#1=fail', [f'{VLAN} 1 1 0 5 = 0', 19]),
+                          ('19#2=fail', [f'{VLAN} 1 1 0 5 = 0', 19, 19])):
+            self.applied(first)
+            ran = self.attempt(second, fault, options=['--keep-going'])
+            self.assertEqual((ran.status, ran.changes), (1, [8, *up, 19, 19, f'{VLAN} 3 0 1 8 = 0']), fault)
+            self.assertIn('kxqos-config: the gateway: holds: limit up add vlan 1 rate 5\n', ran.err)
+            self.applied(third)
+            self.assertEqual(sorted(self.status().splitlines()), end, fault)
+
     def test_nothing_is_removed_on_account_of_a_failed_read(self):
         # Rule 6 is not seen, so profile qos is not touched; but what is wanted is sent.
         ran = self.attempt(FULL.replace('rule 6 match', 'rule 60 match'), '17#2=fail', options=['--keep-going'])

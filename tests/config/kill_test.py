@@ -117,11 +117,29 @@ class Apply(KillTest):
                 at += 1
             self.assertGreaterEqual(deaths, 11, text)  # 7 calls and twice 2 requests are on the way
 
-    def killed_at_write(self, at, path):
-        """An apply that is killed when the lab's gateway is to be written for the so manieth time."""
+    def test_killed_before_the_first_limit_is_in_the_switch(self):
+        # Nothing goes, so the database comes first, and then nobody can see what the switch lacks.
+        begun = 'limit up mode vlan\nlimit up add vlan 1 rate 1\n'
+        wanted = begun + 'limit up add vlan 2 rate 2\nlimit down mode ip\nlimit down add ip 10.0.0.1 rate 7\n'
+        path = self.file(wanted, 'killed')
+        self.applied(wanted)
+        end = self.held()
+        for call, least in ('fchmod', 2), ('pwrite64', 6):
+            at = 1
+            while True:
+                self.applied(begun)
+                if not self.killed_at_write(at, path, call):
+                    break
+                self.applied(wanted)
+                self.assertEqual(self.held(), end, (call, at))
+                at += 1
+            self.assertGreater(at, least, call)
+
+    def killed_at_write(self, at, path, call='pwrite64'):
+        """An apply that is killed when the lab's gateway is to be written for the so manieth time, or marked."""
         environment = {**os.environ, 'ASAN_OPTIONS': os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0'}
-        ran = self.run_words('strace', '-qq', '-o', '/dev/null', '-e', 'trace=pwrite64', '-e',
-                             f'inject=pwrite64:signal=SIGKILL:when={at}', CONFIG, 'apply', path, env=environment)
+        ran = self.run_words('strace', '-qq', '-o', '/dev/null', '-e', f'trace={call}', '-e',
+                             f'inject={call}:signal=SIGKILL:when={at}', CONFIG, 'apply', path, env=environment)
         self.assertIn(ran.status, (0, 137), ran.err)
         return ran.status != 0
 
