@@ -241,6 +241,22 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
             self.give(name, faults='')
         self.assertEqual(self.applied(SECOND), sorted(faults))
 
+    def test_what_is_told_of_a_file_that_cannot_be_put(self):
+        # Nothing was begun.
+        run = self.one('gw001', content='qos enable\n', path='/proc/kxqos.conf')
+        self.assertEqual((run.single.get('rc'), run.single.get('changed'), self.changes('gw001')), (2, False, []), run.out)
+        # It was applied.
+        program = self.folder / 'bin/mv'
+        busybox = program.readlink()
+        program.unlink()
+        try:
+            run = self.one('gw001', content='qos enable\n')
+        finally:
+            program.symlink_to(busybox)
+        self.assertRegex(run.single.get('msg'), '^applied, but the file on the gateway is still the former one: .*mv')
+        self.assertEqual((run.single['changed'], self.changes('gw001')), (True, ['28']), run.out)
+        self.assertEqual(self.files('gw001'), ['faults', 'state', 'trace'])
+
     def test_a_wrong_file_stops_before_the_first_request(self):
         for name in ALL:
             self.give(name, **{'kxqos.conf': FIRST})

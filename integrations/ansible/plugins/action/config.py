@@ -21,11 +21,11 @@ echo "= $s $sum"'''
 PUT = '''\
 set -e
 file=$(readlink -f {path}) || {{ echo 'no such folder:' {path} >&2; exit 2; }}
-new=$(mktemp "$file.XXXXXX")
+new=$(mktemp "$file.XXXXXX") || exit 2
 trap 'rm -f "$new"' EXIT
 trap 'exit 1' HUP INT TERM
-if [ -e "$file" ]; then cp -p "$file" "$new"; else chmod 644 "$new"; fi
-cat >"$new"
+if [ -e "$file" ]; then cp -p "$file" "$new"; else chmod 644 "$new"; fi || exit 2
+cat >"$new" || exit 2
 case $(sha256sum <"$new") in {sum}*) ;; *) echo 'not all of the file arrived' >&2; exit 2 ;; esac
 kxqos-config apply - <"$new"
 echo applied
@@ -97,9 +97,10 @@ class ActionModule(ActionBase):
         # What SSH itself has to say is of interest only when nobody else says anything.
         own = [line for line in said if line.startswith('kxqos-config: ')]
         message = '\n'.join(own or said) or f'the gateway gave status {ran["rc"]} and no word'
-        if ran['stdout'].strip() == 'applied':
+        applied = ran['stdout'].strip() == 'applied'
+        if applied:
             message = 'applied, but the file on the gateway is still the former one: ' + message
-        result.update(failed=True, changed=False, rc=ran['rc'], msg=message)
+        result.update(failed=True, changed=applied and bool(result['commands']), rc=ran['rc'], msg=message)
         return result
 
     def _difference(self, commands, other_file):
