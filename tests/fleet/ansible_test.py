@@ -2,6 +2,7 @@
 
 import ast
 import ctypes
+import fcntl
 import json
 import os
 import pathlib
@@ -240,6 +241,18 @@ limit up add vlan 7 rate 6400 \nlimit down mode disable
         for name in faults:
             self.give(name, faults='')
         self.assertEqual(self.applied(SECOND), sorted(faults))
+
+    def test_one_that_never_answers_is_named_and_the_others_go_on(self):
+        self.applied(FIRST)
+        with open(self.folder / 'gw004/state', 'r+b') as state:
+            fcntl.lockf(state, fcntl.LOCK_EX)
+            begun = time.monotonic()
+            run = self.apply(SECOND, '-e', 'kxqos_timeout=10')
+            self.assertLess(time.monotonic() - begun, 120)
+        self.assertEqual((run.status, run.failed, run.changed), (2, ['gw004'], [name for name in ALL if name != 'gw004']),
+                         run.out)
+        self.assertIn('expected time frame (10)', run.why['gw004']['msg'])
+        self.assertEqual(self.file('gw004'), FIRST)
 
     def test_what_is_told_of_a_file_that_cannot_be_put(self):
         # Nothing was begun.
