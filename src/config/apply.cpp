@@ -113,16 +113,24 @@ static bool holds(const configuration &target)
 // Installing a limit that is there already, or removing one that is not, does no harm. What is in the switch cannot be
 // read, so whatever fails there counts, even where the call that is undone failed itself: it may have been carried out
 // all the same. All else is seen by reading.
+//
+// When a database that was written cannot be written back, its limits are not installed again, as above.
 static bool undo_all(const attempt &attempt)
 {
     bool undone = true;
+    int leftOut = no_direction + 1;
     for (int i = attempt.made - 1; i >= 0; i--) {
         const change &change = changes.changes[i];
+        if (change.upDir == leftOut)
+            continue;
         const char *failure = undo_change(change, attempt.between);
+        const bool stuck = change.kind == change_kind::limits_write && i + 1 < attempt.made;
         if (failure != nullptr &&
-            (change.kind == change_kind::limit_remove || change.kind == change_kind::limit_install)) {
+            (stuck || change.kind == change_kind::limit_remove || change.kind == change_kind::limit_install)) {
             say_failed(change, failure);
             undone = false;
+            if (stuck)
+                leftOut = change.upDir;
         }
     }
     return undone;

@@ -7,7 +7,7 @@
 #include <stdio.h>
 #include <string.h>
 
-// A line of a file has at most 4095 characters, and some message repeats most of it.
+// More than a message shows of a line, and some message of the tool's repeats most of one.
 static char captured[8192];
 static size_t length = 0;
 static bool to_memory = false;

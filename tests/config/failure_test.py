@@ -120,6 +120,20 @@ class Failure(Configured):
         self.assertEqual(ran.status, 3)
         self.assertIn('the library gave 6 for the switch: limit up add vlan 1 rate 66', ran.err)
 
+    def test_the_database_cannot_be_put_back(self):
+        # It names limit 3 then. Limit 1 is not installed, because the next apply would not know of it.
+        first = 'limit up mode vlan\nlimit up add vlan 1 rate 5\n'
+        third = 'limit up mode vlan\nlimit up add vlan 4 rate 8\n'
+        self.applied(third)
+        end = sorted(self.status().splitlines())
+        self.applied(first)
+        ran = self.attempt('limit up mode vlan\nlimit up add vlan 3 rate 7\nfine-classifi disable\n', '34#1=fail', '19#3=fail')
+        self.assertEqual(ran.changes, [f'{VLAN} 1 1 0 5 = 0', 19, 19, f'{VLAN} 3 1 1 7 = 0', 34, 34, f'{VLAN} 3 1 0 7 = 0', 19])
+        self.assertEqual(ran.status, 3)
+        self.assertIn('kxqos-config: the gateway: holds: limit up add vlan 3 rate 7\n', ran.err)
+        self.applied(third)
+        self.assertEqual(sorted(self.status().splitlines()), end)
+
     def test_a_limit_that_may_have_come(self):
         # The call that failed may have been carried out all the same, and the switch cannot be asked.
         ran = self.attempt(FULL + 'limit up add vlan 9 rate 1\n', f'{VLAN}#1=fail', f'{VLAN}#2=fail')
