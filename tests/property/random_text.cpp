@@ -524,7 +524,7 @@ static Lines single_lines(const Setup &setup)
     return lines;
 }
 
-// Five parts between six marks, as the display has them; what is governed one by one stands in the last one.
+// Five parts between six marks, as the display has them; what is governed one by one stands in any of them.
 static std::vector<Lines> parts_of(const Setup &setup, Random *random)
 {
     std::vector<Lines> parts(5);
@@ -566,22 +566,19 @@ Lines lines_of(const Setup &setup, Random *random)
     const Lines singles = single_lines(setup);
     Lines lines;
     if (random->once(3)) {
-        const bool after = random->once(2); // or after the first mark, as they are saved
-        if (!after)
-            parts[0].insert(parts[0].begin(), singles.begin(), singles.end());
+        Lines &part = parts[random->once(2) ? 0 : random->upTo(parts.size() - 1)]; // they are saved in the first
+        part.insert(part.begin(), singles.begin(), singles.end());
         for (const Lines &part : parts) {
             lines.push_back("!");
             lines.insert(lines.end(), part.begin(), part.end());
         }
         lines.push_back("!");
-        if (after)
-            lines.insert(lines.end(), singles.begin(), singles.end());
     } else {
         parts.push_back(singles);
         lines = mixed(parts, random);
     }
     if (lines.empty() || lines.size() == 6)
-        lines.push_back("debug info off"); // a file names something
+        lines.insert(lines.begin() + (lines.empty() ? 0 : 1), "debug info off"); // a file names something
     if (random->once(4))
         lines.insert(lines.begin(), "# a comment");
     if (random->once(4))
