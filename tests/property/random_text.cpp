@@ -577,7 +577,7 @@ Lines lines_of(const Setup &setup, Random *random)
         parts.push_back(singles);
         lines = mixed(parts, random);
     }
-    if (lines.empty() || lines.size() == 6)
+    if (std::all_of(lines.begin(), lines.end(), [](const std::string &line) { return line == "!"; }))
         lines.insert(lines.begin() + (lines.empty() ? 0 : 1), "debug info off"); // a file names something
     if (random->once(4))
         lines.insert(lines.begin(), "# a comment");
