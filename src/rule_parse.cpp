@@ -38,7 +38,7 @@ static int parse_port_map(const match_field &row, const char *text, void *value,
     const int result = parse_number_value(row, text, value, &unused, flags);
     if (flags->range != 0)
         lose("the range");
-    else if (result == 0 && strchr(text, '/') != nullptr)
+    else if (result == 0 && text != nullptr && strchr(text, '/') != nullptr) // no value at all is refused
         lose("the mask");
     flags->range = 0;
     return result;

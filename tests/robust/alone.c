@@ -125,7 +125,9 @@ static void read_model(void)
 
 static void open_trace(void)
 {
-    const int fd = open(getenv("KXQOS_LAB_TRACE"), O_WRONLY | O_APPEND);
+    const char *name = getenv("KXQOS_LAB_TRACE");
+    const int fd = name != NULL ? open(name, O_WRONLY | O_APPEND) : -1;
+
     if (fd < 0 || dup2(fd, trace) != trace || close(fd) != 0)
         abort();
 }
