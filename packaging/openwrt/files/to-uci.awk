@@ -72,9 +72,11 @@ function limit() {
     put("option", "rate", $7)
 }
 
+# The switches by their keywords, as they are on a gateway that was just switched on.
 BEGIN {
-    qos = pure = 0
-    fine = 1
+    on["qos"] = on["puredscpremark"] = 0
+    on["fine-classifi"] = 1
+    on["refresh"] = refresh
 }
 
 {
@@ -119,23 +121,8 @@ $1 == "limit" && $3 == "add" && $4 ~ /^(ip|ip6|vlan|port)$/ && $6 == "rate" && N
     next
 }
 
-$1 == "qos" && NF == 2 {
-    qos = state($2)
-    next
-}
-
-$1 == "puredscpremark" && NF == 2 {
-    pure = state($2)
-    next
-}
-
-$1 == "fine-classifi" && NF == 2 {
-    fine = state($2)
-    next
-}
-
-$1 == "refresh" && NF == 2 {
-    refresh = state($2)
+$1 in on && NF == 2 {
+    on[$1] = state($2)
     next
 }
 
@@ -153,11 +140,11 @@ END {
         exit 1
     print "config globals \047globals\047"
     print entry("option", "enabled", 1)
-    print entry("option", "qos", qos)
-    print entry("option", "pure_dscp_remarking", pure)
-    print entry("option", "fine_classification", fine)
-    if (refresh != "")
-        print entry("option", "refresh", refresh)
+    print entry("option", "qos", on["qos"])
+    print entry("option", "pure_dscp_remarking", on["puredscpremark"])
+    print entry("option", "fine_classification", on["fine-classifi"])
+    if (on["refresh"] != "")
+        print entry("option", "refresh", on["refresh"])
     if ("up" in mode)
         print entry("option", "up_mode", mode["up"])
     if ("down" in mode)
