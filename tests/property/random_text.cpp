@@ -578,7 +578,8 @@ Lines lines_of(const Setup &setup, Random *random)
         lines = mixed(parts, random);
     }
     if (std::all_of(lines.begin(), lines.end(), [](const std::string &line) { return line == "!"; }))
-        lines.insert(lines.begin() + (lines.empty() ? 0 : 1), "debug info off"); // a file names something
+        lines.insert(lines.empty() ? lines.end() : std::next(lines.begin()),
+                     "debug info off"); // a file names something
     if (random->once(4))
         lines.insert(lines.begin(), "# a comment");
     if (random->once(4))
