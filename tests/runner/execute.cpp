@@ -2,6 +2,7 @@
 
 #include "compare.h"
 #include "errors.h"
+#include "launcher.h"
 #include "process.h"
 #include "trace.h"
 
@@ -13,19 +14,21 @@
 
 #include <unistd.h>
 
-#ifdef KXQOS_LAUNCHER_WITHIN
-// A launcher that is linked into this program, where starting it anew for each step is what takes longest. Returns
-// where in its words the command begins, which is their number when there is none.
-extern "C" int launcher_begin(int argc, char **argv);
-extern "C" void launcher_end();
-#endif
-
 namespace {
 
-Outcome run_step(const Words &words, const Step &step, unsigned timeout)
+Words words_at(char **words)
+{
+    Words list;
+    for (; *words != nullptr; words++)
+        list.emplace_back(*words);
+    return list;
+}
+
+Outcome run_step(const Words &words, const Words &environment, const Step &step, unsigned timeout)
 {
     Command command;
     command.words = words;
+    command.environment = environment;
     command.seconds = timeout;
     command.output_size = size_t{4} << 20; // a command that prints without end is as good as hung
     if (step.standard_input_closed)
@@ -39,35 +42,37 @@ Outcome run_step(const Words &words, const Step &step, unsigned timeout)
     return run(command);
 }
 
-#ifdef KXQOS_LAUNCHER_WITHIN
-// The launcher's words are obeyed here, and only the command among them is started.
-Outcome launch(const Words &words, const Step &step, unsigned timeout)
+// In a process of its own, or, as that takes longer than all the launcher does, in this one.
+Outcome launch(const Options &options, const Words &words, const Step &step)
 {
-    int command = launcher_begin(static_cast<int>(words.size()), pointers(words).data());
-    Words rest(words.begin() + command, words.end());
-    Outcome outcome = rest.empty() ? Outcome() : run_step(rest, step, timeout);
+    if (!options.gateway.empty())
+        return run_step(words, {}, step, options.timeout);
+    Outcome outcome;
+    std::vector<char *> list = pointers(words);
+    const struct launch launch = launcher_begin(static_cast<int>(words.size()), list.data());
+    if (launch.words != nullptr)
+        outcome = run_step(words_at(launch.words), words_at(launch.variables), step, options.timeout);
     launcher_end();
     return outcome;
 }
-#else
-Outcome launch(const Words &words, const Step &step, unsigned timeout)
-{
-    return run_step(words, step, timeout);
-}
-#endif
 
 void append(Words &words, const Words &more)
 {
     words.insert(words.end(), more.begin(), more.end());
 }
 
+Words launcher_words(const Options &options)
+{
+    return options.gateway.empty() ? Words{"launcher"} : options.gateway;
+}
+
 void reboot(const Options &options, const std::string &state)
 {
-    Words words = options.gateway;
+    Words words = launcher_words(options);
     append(words, {"--state", state, "--reboot"});
-    Outcome outcome = launch(words, Step(), options.timeout);
+    Outcome outcome = launch(options, words, Step());
     if (outcome.status != 0 || outcome.hung) {
-        std::fprintf(stderr, "transcript: %s --reboot: status %d\n%s", options.gateway[0].c_str(), outcome.status,
+        std::fprintf(stderr, "transcript: %s --reboot: status %d\n%s", words[0].c_str(), outcome.status,
                      outcome.errors.c_str());
         std::exit(2);
     }
@@ -75,7 +80,7 @@ void reboot(const Options &options, const std::string &state)
 
 Words launch_words(const Options &options, const Step &step, const std::string &state, const std::string &trace)
 {
-    Words words = options.gateway;
+    Words words = launcher_words(options);
     append(words, {"--state", state, "--trace", trace});
     for (const Fault &fault : step.faults)
         append(words, {"--fault", fault.rule});
@@ -112,7 +117,7 @@ bool try_step(const Options &options, const std::string &path, const Step &step,
 {
     const std::string trace_path = state + ".trace";
     unlink(trace_path.c_str());
-    Outcome outcome = launch(launch_words(options, step, state, trace_path), step, options.timeout);
+    Outcome outcome = launch(options, launch_words(options, step, state, trace_path), step);
     bool killed = outcome.status == 128 + SIGKILL;
     *hung = outcome.hung;
     return compare(path, step, outcome, read_trace(trace_path, killed), options.timeout);

@@ -5,7 +5,7 @@
 #include "transcript.h"
 
 struct Options {
-    Words gateway;
+    Words gateway; // the launcher that is linked in, if empty
     Words via;
     std::string tool;
     std::string as = "lab";

@@ -44,7 +44,7 @@ Verdict judge(const Options &options, const std::string &path)
 
 [[noreturn]] void bad_use()
 {
-    std::fputs("usage: transcript --gateway \"WORDS\" --tool PATH [--via \"WORDS\"] [--as NAME] "
+    std::fputs("usage: transcript [--gateway \"WORDS\"] --tool PATH [--via \"WORDS\"] [--as NAME] "
                "[--timeout SECONDS] [--errors \"NAMES\"] FILE...\n",
                stderr);
     std::exit(2);
@@ -91,7 +91,7 @@ Options read_options(int argc, char **argv)
         }
     }
     options.files.assign(argv + optind, argv + argc);
-    if (options.gateway.empty() || options.tool.empty() || options.files.empty())
+    if (options.tool.empty() || options.files.empty())
         bad_use();
     return options;
 }

@@ -6,32 +6,27 @@
  * There is one /dev/kxqos, so what the module holds is the same whatever FILE says; FILE is where the stand-in for
  * libkx keeps its half. The trace of both is collected by the module, which sees everything in order.
  *
- * It is also linked into the guest's transcript runner, without its main: there a start costs more than all it does.
  */
+#include "launcher.h"
+
 #include "event.h"
 #include "gateway.h"
 
 #include <errno.h>
 #include <fcntl.h>
-#include <spawn.h>
+#include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #define CONTROL "/dev/kxqos-rig"
 #define SESSION "/run/kxqos-rig.session"
 
-extern char **environ;
-
 /* What was asked for; the faults are those of calls. */
 static struct gateway_session session;
 static const char *state;
 static const char *trace;
-
-int launcher_begin(int argc, char **argv);
-void launcher_end(void);
 
 static _Noreturn void give_up(const char *what)
 {
@@ -157,26 +152,11 @@ static void obey(const char *option, const char *value)
         bad_use();
 }
 
-static void prepare_command(void)
-{
-    setenv(LAB_STATE, state, 1);
-    setenv(LAB_TRACE, CONTROL, 1);
-    unsetenv(LAB_SESSION);
-    if (session.fault_count != 0) {
-        write_session();
-        setenv(LAB_SESSION, SESSION, 1);
-    }
-}
-
 /* Does what the options say. Returns where the command begins; argc if there is none, after --reboot. */
-int launcher_begin(int argc, char **argv)
+static int obey_all(int argc, char **argv)
 {
     int i = 1;
 
-    memset(&session, 0, sizeof session);
-    state = "/run/kxqos-rig.state";
-    trace = NULL;
-    control("begin", "");
     for (; i < argc && strncmp(argv[i], "--", 2) == 0 && argv[i][2] != '\0'; i += 2) {
         if (strcmp(argv[i], "--reboot") == 0) {
             reboot();
@@ -190,40 +170,33 @@ int launcher_begin(int argc, char **argv)
         i++;
     if (i >= argc)
         bad_use();
-    prepare_command();
     return i;
 }
 
-/* After the command. */
+struct launch launcher_begin(int argc, char **argv)
+{
+    static char state_variable[PATH_MAX];
+    static char trace_variable[] = LAB_TRACE "=" CONTROL;
+    static char session_variable[] = LAB_SESSION "=" SESSION;
+    static char no_session_variable[] = LAB_SESSION "=";
+    static char *variables[] = {state_variable, trace_variable, NULL, NULL};
+    int command;
+
+    memset(&session, 0, sizeof session);
+    state = "/run/kxqos-rig.state";
+    trace = NULL;
+    control("begin", "");
+    command = obey_all(argc, argv);
+    snprintf(state_variable, sizeof state_variable, "%s=%s", LAB_STATE, state);
+    variables[2] = session.fault_count != 0 ? session_variable : no_session_variable;
+    if (session.fault_count != 0)
+        write_session();
+    return (struct launch){command < argc ? argv + command : NULL, variables};
+}
+
 void launcher_end(void)
 {
     if (trace != NULL)
         fetch_trace(trace);
     control("end", "");
 }
-
-#ifndef KXQOS_LAUNCHER_WITHIN
-static int run(char **command)
-{
-    pid_t child;
-    int status;
-
-    errno = posix_spawnp(&child, command[0], NULL, NULL, command, environ);
-    if (errno != 0)
-        give_up(command[0]);
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR)
-            give_up("wait");
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-int main(int argc, char **argv)
-{
-    const int command = launcher_begin(argc, argv);
-    const int status = command == argc ? 0 : run(&argv[command]);
-
-    launcher_end();
-    return status;
-}
-#endif
