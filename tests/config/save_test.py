@@ -151,16 +151,6 @@ class Save(GatewayTest):
     def save(self, *options, faults=(), file=None):
         return self.config('save', *options, str(file or self.saved), faults=faults)
 
-    def test_a_file_that_was_cut_off(self):
-        self.applied(FULL)
-        self.save()
-        saved = self.saved.read_bytes()
-        self.assertTrue(saved.endswith(b'\n!\n'))
-        for size in range(len(saved)):
-            ran = self.config('check', self.file(saved[:size]))
-            self.assertEqual(ran.status, 2, size)
-        self.assertEqual(self.config('check', self.file(saved)).status, 0)
-
     def test_the_file(self):
         self.applied(FULL)
         shown = self.shown()
