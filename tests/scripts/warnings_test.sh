@@ -1,5 +1,6 @@
 #!/bin/sh
 # A compiler that warns of something new stops the developers' presets and nobody else's build: warnings_test.sh TREE
+# Not ./try's either, as its own test shows.
 # Needs scripts/setup test.
 set -u
 # shellcheck source=scripts/help.sh
@@ -11,8 +12,7 @@ take_tree "$1"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/tree"
-cd "$1" && cp -r CMakeLists.txt CMakePresets.json cmake completions docs include lab packaging scripts src try \
-    "$work/tree" && cd "$work/tree" || exit
+cd "$1" && cp -r CMakeLists.txt CMakePresets.json cmake completions docs include lab packaging scripts src "$work/tree" && cd "$work/tree" || exit
 
 # Every file is warned of.
 echo '#warning "this is new"' >"$work/new.h"
@@ -40,8 +40,4 @@ for preset in aarch64 aarch64-musl; do
     same "the preset $preset" '  CMAKE_BUILD_TYPE="MinSizeRel"' \
         "$(cmake -N --preset $preset | grep -e BUILD_TYPE -e WARNING_AS_ERROR)"
 done
-# All of the tool, and it works.
-same './try' '  bucket 7 rate 1024' "$(./try bucket 7 rate 1024 2>"$work/log"
-    ./try configuration show | sed -n 's/^bucket/  bucket/p')"
-same './try was warned' yes "$(grep -q "CXX_FLAGS:STRING=.*$work/new.h" build/try/CMakeCache.txt && echo yes)"
 [ $failures -eq 0 ] && echo 'warnings stop the developers alone'
