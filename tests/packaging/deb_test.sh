@@ -1,14 +1,17 @@
 #!/bin/sh
 # The Debian packages: built twice from scratch, the same bytes; lintian finds nothing; what is in them. They are left in
-# a folder for those who want to install them: deb_test.sh FOLDER
+# a folder for those who want to install them: deb_test.sh FOLDER RELEASE
+# RELEASE is the folder of the release build.
 # Needs scripts/setup test.
 set -u
 # shellcheck source=scripts/help.sh
 . "$(dirname "$0")/../../scripts/help.sh"
-take_words 1 1 "$@"
+take_words 2 2 "$@"
+take_build "$2"
 # shellcheck source=tests/same.sh
 . "$(dirname "$0")/../same.sh"
 packages=$1
+release=$(cd "$2" && pwd)
 tree=$(cd "$(dirname "$0")/../.." && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -101,13 +104,9 @@ for binary in bin/kxqosctl bin/kxqos-config bin/kxqos-lab lib/kxqos-lab/libkx.so
 done
 
 # The programs are the release's: no flag of Debian's has come in.
-{
-    cmake -S "$tree" -B "$work/release" -DCMAKE_BUILD_TYPE=MinSizeRel -DKXQOS_TESTS=OFF &&
-        cmake --build "$work/release" --target kxqosctl kxqos-config
-} >"$work/log" 2>&1 || cat "$work/log"
 for program in kxqosctl kxqos-config; do
     for section in .text .rodata .data; do
-        objcopy -O binary -j $section "$work/release/$program" "$work/built"
+        objcopy -O binary -j $section "$release/$program" "$work/built"
         objcopy -O binary -j $section "$root/usr/bin/$program" "$work/packed"
         cmp "$work/built" "$work/packed" || failures=$((failures + 1))
     done
