@@ -51,6 +51,7 @@ static void start_anew()
     const uintptr_t last = stop / page * page;
     copy(__start_config_cleared, nullptr, first - start);
     copy(__stop_config_cleared - (stop - last), nullptr, stop - last);
+    // A whole page. NOLINTNEXTLINE(performance-no-int-to-ptr)
     check(madvise(reinterpret_cast<void *>(first), last - first, MADV_DONTNEED) == 0, "its data cannot be cleared");
 }
 

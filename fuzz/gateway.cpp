@@ -161,10 +161,7 @@ bool shares_storage(const kxqos_rule_t &rule)
 {
     uint8_t used[sizeof rule];
     mark_used(rule, true, used);
-    for (const uint8_t users : used)
-        if (users > 1)
-            return true;
-    return false;
+    return std::any_of(std::begin(used), std::end(used), [](uint8_t users) { return users > 1; });
 }
 
 static uint32_t number_at(const kxqos_rule_t &rule, size_t offset, size_t size)
@@ -361,7 +358,7 @@ static size_t payload_size(uint32_t nr)
 #define PAYLOAD_SIZE(name, number, payload) \
     case number: \
         return sizeof(payload);
-        KXQOS_REQUESTS(PAYLOAD_SIZE)
+        KXQOS_REQUESTS(PAYLOAD_SIZE) // NOLINT(bugprone-branch-clone): payloads may have one size
 #undef PAYLOAD_SIZE
     default:
         check(false, "a request that there is not is sent");

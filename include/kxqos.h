@@ -28,7 +28,7 @@
 
 /* Every request is encoded as _IOW('X', nr, 8): the size field is 8 and the direction a write, whatever the payload and
  * whichever way the data goes. */
-#define KXQOS_REQUEST_BASE 0x40085800u
+#define KXQOS_REQUEST_BASE 0x40085800U
 #define KXQOS_REQUEST(nr) (KXQOS_REQUEST_BASE + (nr))
 
 /* Every request: its name after KXQOS_, its number, its payload, and what becomes of that. */

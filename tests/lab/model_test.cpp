@@ -168,7 +168,7 @@ TEST_F(Model, RefusesEveryOtherNumber)
     for (const auto &request : all_requests)
         known.insert(request.number);
     for (uint32_t number = 0; number < 256; number++) {
-        if (known.count(number) != 0)
+        if (known.contains(number))
             continue;
         EXPECT_EQ(model_payload_size(KXQOS_REQUEST(number)), 0U) << number;
         EXPECT_FALSE(model_changes(KXQOS_REQUEST(number))) << number;

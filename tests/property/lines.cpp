@@ -63,7 +63,7 @@ static bool configures(const Event &event)
         KXQOS_DEBUG_SET,     KXQOS_BUCKET_SET,        KXQOS_BUCKET_DELETE,   KXQOS_RULE_ADD,  KXQOS_RULE_DELETE,
         KXQOS_RULE_RESET,    KXQOS_RATE_LIMIT_SET,    KXQOS_COUNTER_DISABLE, KXQOS_STATE_SET, KXQOS_COUNTER_ENABLE,
         KXQOS_PURE_DSCP_SET, KXQOS_FINE_CLASSIFY_SET, KXQOS_REFRESH_SET};
-    return requests.count(event.request) != 0;
+    return requests.contains(event.request);
 }
 
 // On a gateway that was just switched on, but for the modes of its limits.

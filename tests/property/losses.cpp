@@ -240,7 +240,7 @@ static bool limit_loses(const Lines &words)
 {
     if (starts(words[2], "mo"))
         return false;
-    const std::string key = words[4];
+    const std::string &key = words[4];
     if (number_loses(words[6]))
         return true;
     if (words[3] != "ip" && words[3] != "ip6")

@@ -189,7 +189,7 @@ static Held wanted_end(const Held &a, const Held &b, const Named &named)
 {
     Held wanted = b;
     for (size_t i = 0; i < wanted.counters.size(); i++)
-        if (named.counters.count(i + 1) == 0)
+        if (!named.counters.contains(i + 1))
             wanted.counters[i] = a.counters[i];
     wanted.debug = (b.debug & named.debug) | (a.debug & ~named.debug);
     if (!named.refresh)
@@ -218,7 +218,8 @@ static size_t count_rules(const Held &a, const Held &b)
 {
     size_t count = 0;
     for (const char *profile : {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"}) {
-        std::map<std::string, std::string> former, later;
+        std::map<std::string, std::string> former;
+        std::map<std::string, std::string> later;
         for (const auto &[key, line] : a.rules)
             if (key.first == profile)
                 former[key.second] = line;
@@ -246,9 +247,9 @@ static size_t count_limit_calls(const Limits &a, const Limits &b)
     const auto later = in_force(b);
     size_t count = 0;
     for (const auto &[key, rate] : former)
-        count += later.count(key) == 0 || later.at(key) != rate;
+        count += !later.contains(key) || later.at(key) != rate;
     for (const auto &[key, rate] : later)
-        count += former.count(key) == 0 || former.at(key) != rate;
+        count += !former.contains(key) || former.at(key) != rate;
     return count;
 }
 
@@ -303,11 +304,11 @@ static void watch_what_stays(const Order &order)
                 watched->wrong = "a rule that stays was removed: " + line;
     }
     for (const auto &[key, line] : order.before.buckets)
-        if (order.after.buckets.count(key) != 0 && world.module.buckets[std::stoul(key) - 1].bucketID == 0)
+        if (order.after.buckets.contains(key) && world.module.buckets[std::stoul(key) - 1].bucketID == 0)
             watched->wrong = "a bucket that stays was removed: " + line;
     const auto now = limits_in_switch();
     for (const auto &limit : order.before.switched)
-        if (order.after.switched.count(limit) != 0 && now.count(limit) == 0)
+        if (order.after.switched.contains(limit) && !now.contains(limit))
             watched->wrong = "a limit that stays was removed from the switch";
 }
 
@@ -323,7 +324,7 @@ static void watch_buckets(uint32_t request, const void *payload)
     if (request == KXQOS_RULE_ADD) {
         const auto *rule = static_cast<const kxqos_rule_t *>(payload);
         const std::string bucket = std::to_string(rule->action.rateBucket);
-        if (uses_bucket(*rule, rule->action.rateBucket) && watched->after.buckets.count(bucket) != 0 &&
+        if (uses_bucket(*rule, rule->action.rateBucket) && watched->after.buckets.contains(bucket) &&
             world.module.buckets[rule->action.rateBucket - 1].bucketID == 0)
             watched->wrong = "a rule came before its bucket " + bucket;
     } else if (request == KXQOS_BUCKET_DELETE) {
@@ -331,7 +332,7 @@ static void watch_buckets(uint32_t request, const void *payload)
         static const char *const profiles[] = {"qos", "osgiflow", "lanhost", "bridgedata", "hardacc"};
         for (const kxqos_rule_t &rule : world.module.rules)
             if (uses_bucket(rule, bucket) &&
-                watched->after.rules.count({profiles[rule.table_id], std::to_string(rule.rule_id)}) == 0)
+                !watched->after.rules.contains({profiles[rule.table_id], std::to_string(rule.rule_id)}))
                 watched->wrong = "a bucket went before a rule that uses it: " + std::to_string(bucket);
     }
 }

@@ -29,6 +29,7 @@ static int find_data(dl_phdr_info *info, size_t /*size*/, void *sought)
     }
     if (!ours || data == nullptr)
         return 0;
+    // The loader tells addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     program->set = reinterpret_cast<char *>(info->dlpi_addr + data->p_vaddr);
     program->values.assign(program->set, data->p_filesz);
     program->cleared = program->set + data->p_filesz;
@@ -88,6 +89,7 @@ static size_t taken;
 size_t read_input(char *bytes, size_t size)
 {
     const size_t some = std::min(size, given->size() - taken);
+    // As read gives them. NOLINTNEXTLINE(bugprone-not-null-terminated-result)
     memcpy(bytes, given->data() + taken, some);
     taken += some;
     return some;

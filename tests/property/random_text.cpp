@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cinttypes>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -91,8 +92,7 @@ static std::string ipv6_value(Random *random)
     char text[64];
     switch (random->upTo(4)) {
     case 0:
-        snprintf(text, sizeof text, "2001:db8::%llx~2001:db8::%llx", static_cast<unsigned long long>(low),
-                 static_cast<unsigned long long>(low + random->upTo(15)));
+        snprintf(text, sizeof text, "2001:db8::%" PRIx64 "~2001:db8::%" PRIx64, low, low + random->upTo(15));
         return text;
     case 1:
         return random->once(30) ? "::/0" : ipv6(low, random) + "/" + std::to_string(1 + random->upTo(127));
@@ -316,7 +316,7 @@ Setup random_setup(Random *random)
         const std::string category = random->pick(categories);
         setup.debug[category] = random->once(2);
     }
-    if (setup.debug.count("all") != 0)
+    if (setup.debug.contains("all"))
         for (auto &[category, on] : setup.debug)
             on = all;
     setup.refresh = random->once(4) ? static_cast<int>(random->upTo(1)) : -1;

@@ -254,7 +254,7 @@ static int check_rules(uint64_t count, Random *random)
         i++;
         sorted[fate->sort]++;
         for (const std::string &state : fate->states)
-            if (made_states().count(state) == 0)
+            if (!made_states().contains(state))
                 return report(words, "a command makes what none should");
         if (fate->wrong != nullptr)
             return report(words, fate->wrong);

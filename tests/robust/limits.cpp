@@ -10,6 +10,7 @@ static void without(const char *limit)
     limited.limit = limit;
     std::vector<run_result> expected;
     reboot();
+    expected.reserve(forms.size());
     for (const words &form : forms)
         expected.push_back(run_tool(form));
     reboot();

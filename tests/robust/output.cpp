@@ -38,6 +38,7 @@ int main(int argc, char **argv)
     find_tool(argc, argv);
     std::vector<run_result> expected;
     reboot();
+    expected.reserve(forms.size());
     for (const words &form : forms)
         expected.push_back(run_tool(form));
     with(StandardOutput::closed, "standard output closed", expected);

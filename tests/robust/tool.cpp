@@ -36,7 +36,7 @@ void reboot()
 static std::string write_session(const std::string &fault)
 {
     const auto session = std::make_unique<gateway_session>();
-    const std::string path = place + "/session";
+    std::string path = place + "/session";
     const char *wrong = gateway_read_fault(fault.c_str(), &session->faults[0]);
     session->fault_count = 1;
     FILE *file = fopen(path.c_str(), "w");
