@@ -160,6 +160,10 @@ limit down add port 3 rate 10 \n!
             ran = self.config('diff', self.file('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'),
                               faults=[f'17#1=bytes:{offset}:{text}'])
             self.assertEqual((ran.status, ran.out), (0, b''), (offset, ran.err))
+        # Beside an action that has no number, too.
+        self.applied('rule 5 action sw-fwd\n')
+        ran = self.config('diff', self.file('rule 5 action sw-fwd\n'), faults=['17#1=bytes:16:0700'])
+        self.assertEqual((ran.status, ran.out), (0, b''), ran.err)
 
     def test_buckets_come_before_their_rules_and_go_after_them(self):
         self.assertEqual(self.applied('rule 5 action rate-bucket 1\nrule 6 action queue 1\nbucket 1 rate 64\n'),
@@ -220,6 +224,14 @@ bucket 3 delete
 ''')
         self.assertEqual(self.config('diff', self.file(FULL)).out, b'')
 
+    def test_diff_of_counters_and_flags(self):
+        self.applied(FULL)
+        ran = self.config('diff', self.file(FULL.replace('counter 9 enable', 'counter 9 disable\ncounter 8 enable')
+                                            .replace('debug info on', 'debug info off\ndebug match on')))
+        self.says(ran, 1)
+        # A counter is there before the rules that use it, and goes after them.
+        self.assertEqual(ran.out.decode(), 'counter 8 enable\ndebug info off\ndebug match on\ncounter 9 disable\n')
+
     def test_what_diff_shows_does_what_apply_does(self):
         for former, wanted in ((FULL, OTHER), (OTHER, FULL), (FULL, 'qos disable\n'), ('qos disable\n', FULL),
                                # In another order, with other rates; and what no display shows.
@@ -252,6 +264,12 @@ bucket 3 delete
         for words in ['apply'], ['apply', '--keep-going'], ['diff']:
             ran = self.config(*words, self.file('qos disable\nbucket 65 rate 1\n'))
             self.says(ran, 2, f"{self.folder}/file:2: Err: parameter '65' beyond the range (1~64): bucket 65 rate 1")
+            self.assertEqual((ran.opens, ran.out), (0, b''))
+
+    def test_a_file_that_is_not_there(self):
+        for words in ['apply'], ['apply', '--keep-going'], ['diff'], ['run']:
+            ran = self.config(*words, '/none/there')
+            self.says(ran, 2, '/none/there: No such file or directory')
             self.assertEqual((ran.opens, ran.out), (0, b''))
 
     def test_closed_descriptors(self):

@@ -5,7 +5,7 @@ import subprocess
 import time
 import unittest
 
-from gateway import CONFIG, NOTHING, TYPED, TYPED_LOST, TYPED_WHOLE, GatewayTest
+from gateway import CONFIG, NOTHING, TYPED, TYPED_LOST, TYPED_WHOLE, GatewayTest, injected
 
 DUMP = '''!
 qos enable
@@ -51,6 +51,7 @@ rule 5 match sip6 ::1/zz action queue 1|Invalid IPv6 Mask 'zz' specified
 rule 5 match indev  action queue 1|Err: Unknow command!
 rule 5 match indev abcdefghijklmnop action queue 1|a word is missing, unknown, too long or out of its range
 rule 5 delete|there is no such rule to delete
+rule 513 profile 1 delete|there is no such rule to delete
 bucket 65 rate 1|Err: parameter '65' beyond the range (1~64)
 bucket 5 delete|there is no such bucket to delete
 bucket 5 rate 64 kbps|the last word would be ignored
@@ -211,6 +212,12 @@ class Check(GatewayTest):
         self.assertEqual(self.applied(plain), [8, 13])
         self.assertEqual(self.applied(odd), [])
 
+    def test_a_carriage_return(self):
+        # It ends a line, and elsewhere it is a part of a word.
+        for end in '\r\n', ' \r\n':
+            self.refused('qos' + end, '/file:1: a word is missing, unknown, too long or out of its range: qos')
+        self.refused('\rqos enable\n', '/file:1: Err: unknow argument: ?qos: ?qos enable')
+
     def test_six_marks(self):
         self.refused(DUMP[:-2], '/file: has 5 of the six lines of "!": it was cut off')
         self.refused('!\n', '/file: has 1 of the six lines of "!": it was cut off')
@@ -247,6 +254,7 @@ class Check(GatewayTest):
                                     'limit down add vlan 5 rate 2\nlimit up add port 5 rate 2\n'), (0, ''))
         self.refused('bucket 5 rate 64\nbucket 5 rate 128\n',
                      '/file:2: this bucket is given twice, with two rates: bucket 5 rate 128')
+        self.assertEqual(self.check('bucket 5 rate 64\nbucket 5 rate 64\n'), (0, ''))
         self.refused('rule 5 action queue 1\nrule 5 action queue 2\n',
                      '/file:2: this rule is given twice, and differently: rule 5 action queue 2')
         self.assertEqual(self.check('rule 5 action queue 1\nrule 5 profile 1 action queue 2\nrule 5 action queue 1\n'
@@ -317,6 +325,10 @@ class Check(GatewayTest):
                                       'limit up add vlan 3 rate 3\nlimit up delete vlan 2 rate 2\n'), [19, 19])
         self.assertIn('limit up add vlan 1 rate 1 \nlimit up add vlan 3 rate 3 \nlimit down', self.shown())
 
+    def test_a_deleted_bucket(self):
+        self.assertEqual(self.applied('bucket 5 rate 64\nbucket 6 rate 64\nbucket 5 delete\n'), [8])
+        self.assertEqual(self.shown(), NOTHING.replace('!\nlimit', 'bucket 6 rate 64\n!\nlimit'))
+
     def test_what_is_no_file_of_commands(self):
         self.refused('', '/file: names nothing; to have nothing, write "qos disable"')
         self.refused('# only this\n\n', '/file: names nothing; to have nothing, write "qos disable"')
@@ -335,6 +347,13 @@ class Check(GatewayTest):
                                                 'its range: qos')):
             ran = self.config('check', '-', input=text.encode())
             self.says(ran, status, *([said] if said else []))
+
+    def test_a_file_that_cannot_be_read(self):
+        file = self.file('qos enable\n')
+        for call in '/stat', 'read':
+            ran = self.run_words(*injected(f'{call}:error=EIO', 'check', file, path=file))
+            self.says(ran, 2, f'{file}: Input/output error')
+        self.says(self.run_words(*injected('read:error=EINTR:when=1', 'check', file, path=file)), 0)
 
     def test_the_usual_file(self):
         if not os.path.exists('/etc/kxqos.conf'):
@@ -381,6 +400,9 @@ class Usage(GatewayTest):
         ran = self.config('--help')
         self.assertEqual((ran.status, ran.err, ran.out[:32]), (0, '', b'Usage: kxqos-config show [--json'))
         ran = self.config('--version')
+        self.assertEqual((ran.status, ran.err, ran.out), (0, '', b'kxqos-config 1.0.0\n'))
+        # Without what takes the place of closed descriptors, too.
+        ran = self.run_words(*injected('openat:error=EACCES', '--version', path='/dev/null'))
         self.assertEqual((ran.status, ran.err, ran.out), (0, '', b'kxqos-config 1.0.0\n'))
 
 

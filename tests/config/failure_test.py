@@ -8,7 +8,7 @@ import time
 import unittest
 
 from apply_test import FULL, OTHER, VLAN
-from gateway import BUILT, CONFIG, READING, GatewayTest
+from gateway import BUILT, CONFIG, READING, GatewayTest, injected
 
 BACK = 'put back: the gateway holds what it held before'
 
@@ -78,6 +78,15 @@ class Failure(Configured):
                            'limit up delete vlan 7 rate 1\nqos enable\n', f'{VLAN}#3=fail')
         self.says(ran, 1, f'{self.folder}/file:3: the library gave 6 for the switch: limit up add vlan 8 rate 2', BACK)
 
+        # What is sent once for several lines, or for none of them.
+        ran = self.attempt(FULL + 'refresh enable\n', '36#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:18: request 36 gave -1 (Input/output error): refresh enable', BACK)
+        ran = self.attempt(FULL.replace('debug info on\ndebug error on', 'debug match on'), '1#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:16: request 1 gave -1 (Input/output error): debug match on', BACK)
+        ran = self.attempt('qos enable\n', '19#1=fail')
+        self.says(ran, 1, f'{self.folder}/file: request 19 gave -1 (Input/output error): limit up mode disable', BACK)
+        self.same_as_before()
+
     def test_any_error_is_told_and_none_is_tried_again(self):
         text = 'rule 5 match vid 8 action queue 1\n'
         for name, words in (('EINTR', 'Interrupted system call'), ('EAGAIN', 'Resource temporarily unavailable'),
@@ -120,6 +129,26 @@ class Failure(Configured):
         self.assertEqual(ran.status, 3)
         self.assertIn('the library gave 6 for the switch: limit up add vlan 1 rate 66', ran.err)
 
+    def test_a_limit_cannot_be_installed_again(self):
+        text = FULL.replace('limit up add vlan 3 rate 64\n', '').replace('rate 65', 'rate 66')
+        ran = self.attempt(text.replace('rule 7 profile lanhost action dscp 5\n', ''), '15#1=fail', f'{VLAN}#5=fail')
+        # As above, but for what fails on the way back.
+        self.assertEqual([change for change in ran.changes if change not in (13, 15, 19)],
+                         [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', f'{VLAN} 1 1 1 66 = 0',
+                          f'{VLAN} 1 1 0 66 = 0', f'{VLAN} 1 1 1 65 = 6', f'{VLAN} 3 1 1 64 = 0'])
+        self.assertEqual(ran.status, 3)
+        self.assertIn(f'{self.folder}/file: the library gave 6 for the switch: limit up delete vlan 1 rate 65\n',
+                      ran.err)
+
+    def test_a_profile_cannot_be_put_back(self):
+        ran = self.attempt(FULL.replace('rule 7 profile lanhost action dscp 5\n', '').replace('bucket 4 rate 0\n', ''),
+                           '9#1=fail', '13#1=fail')
+        self.assertEqual(ran.changes, [15, 9, 8, 13])
+        self.says(ran, 3, f'{self.folder}/file: request 9 gave -1 (Input/output error): bucket 4 delete',
+                  'the gateway: holds: no rule 7 profile lanhost',
+                  f'could not be put back: the gateway holds neither what it held before nor what {self.folder}/file '
+                  'asks for')
+
     def test_the_database_cannot_be_put_back(self):
         # It names limit 3 then. Limit 1 is not installed, because the next apply would not know of it.
         first = 'limit up mode vlan\nlimit up add vlan 1 rate 5\n'
@@ -156,6 +185,36 @@ class Failure(Configured):
         ran = self.attempt('qos enable\n' + FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900')
         self.says(ran, 1, 'the gateway: holds: rule 5 profile qos match vid 9/0xffff action rate-bucket 3', BACK)
         self.same_as_before()
+        # The name of the device is "a", two newlines and "b".
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '17#10=bytes:156:610a0a6200')
+        self.says(ran, 1, 'the gateway: holds: rule 6 profile qos match sip 10.0.0.1~10.0.0.9 indev a',
+                  'the gateway: holds: ', 'the gateway: holds: b action queue 1 counter 9', BACK)
+        # Of the two counters that are named, 8 is asked for first.
+        ran = self.attempt(FULL + 'counter 8 enable\n', '26#3=bytes:0:00000000')
+        self.says(ran, 1, 'the gateway: holds: counter 8 disable', BACK)
+        ran = self.attempt(FULL + 'debug match on\n', '2#2=bytes:0:05000000')
+        self.says(ran, 1, 'the gateway: holds: debug match off', BACK)
+        self.same_as_before()
+
+    def test_a_mode_that_there_cannot_be(self):
+        # No table is in force by it: nothing is removed, and all that is wanted comes.
+        ran = self.attempt(FULL, '20#1=bytes:1:09')
+        self.says(ran, 0)
+        self.assertEqual(ran.changes, [19, 19, f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0'])
+        self.same_as_before()
+
+    def test_what_the_library_prints_is_lost(self):
+        environment = dict(os.environ, KXQOS_LAB_LIBKX_PRINTS='1')
+        lost = b'kxqos-config: standard output: No space left on device\n'
+        for faults, status in ([f'{VLAN}#1=fail', f'{VLAN}#2=fail'], 3), ([], 1):
+            words = self.words(CONFIG, 'apply', self.file(FULL + 'limit up add vlan 9 rate 1\n'), faults=faults)
+            with open('/dev/full', 'w', encoding='ascii') as full:
+                ran = subprocess.run(words, stdin=subprocess.DEVNULL, stdout=full, stderr=subprocess.PIPE,
+                                     env=environment, timeout=60, check=False)
+            self.assertEqual(ran.returncode, status)
+            self.assertTrue(ran.stderr.endswith(lost), ran.stderr)
+        self.assertEqual(ran.stderr, lost)
+        self.assertIn('limit up add vlan 9 rate 1 \n', self.shown())
 
     def test_a_result_above_zero(self):
         # The tool passes it on without a word for a rule; for a counter and for limits it fails.
@@ -171,11 +230,12 @@ class Failure(Configured):
 
     def test_a_signal_stops_it(self):
         def send_to_itself():
-            signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGTERM})
-            os.kill(os.getpid(), signal.SIGTERM)  # waits, also for the program that follows
+            signal.pthread_sigmask(signal.SIG_BLOCK, {number})
+            os.kill(os.getpid(), number)  # waits, also for the program that follows
 
         environment = dict(os.environ, LD_PRELOAD=str(BUILT / 'libkxqos-lab.so'), KXQOS_LAB_STATE=str(self.state))
-        for option in [], ['--keep-going']:
+        for number, option in ((signal.SIGTERM, []), (signal.SIGTERM, ['--keep-going']), (signal.SIGHUP, []),
+                               (signal.SIGINT, [])):
             ran = subprocess.run([CONFIG, 'apply', *option, self.file(OTHER)], stdin=subprocess.DEVNULL,
                                  stderr=subprocess.PIPE, env=environment, preexec_fn=send_to_itself, timeout=60,
                                  check=False)
@@ -281,6 +341,34 @@ class KeepGoing(Configured):
             self.assertIn(kept, shown, fault)
             self.assertNotIn('rule 7 profile lanhost', shown)
 
+    def test_flags_that_cannot_be_read_are_not_set(self):
+        ran = self.attempt(FULL.replace('debug info on', 'debug info off'), '2#1=fail', options=['--keep-going'])
+        self.says(ran, 1, 'cannot read the debug flags: request 2 gave -1 (Input/output error)',
+                  'the gateway: holds: debug info on')
+        self.assertEqual(ran.changes, [])
+
+
+class Mark(Configured):
+    """The sticky bit, which the gateway's device has while the switch may lack limits that the database names."""
+
+    def setUp(self):
+        super().setUp()
+        self.state.chmod(0o1600)
+
+    def test_it_stays_when_not_all_was_done(self):
+        ran = self.attempt(OTHER, '13#1=fail')
+        self.assertEqual((ran.status, self.state.stat().st_mode & 0o7777), (1, 0o1600))
+        self.same_as_before()
+        self.says(self.attempt(FULL), 0)
+        self.assertEqual(self.state.stat().st_mode & 0o7777, 0o600)
+
+    def test_diff_names_every_limit_in_force(self):
+        ran = self.config('diff', self.file(FULL))
+        self.says(ran, 1)
+        self.assertEqual(ran.out.decode(), 'limit up add vlan 3 rate 64 \nlimit up add vlan 1 rate 65 \n'
+                                           'limit down add port 3 rate 10 \n')
+        self.assertEqual((ran.changes, self.state.stat().st_mode & 0o7777), ([], 0o1600))
+
 
 class Confirm(Configured):
     def start(self, seconds, text=OTHER):
@@ -346,6 +434,25 @@ class Confirm(Configured):
         self.says(ran, 2, 'with --confirm standard input is for the answer, so FILE cannot be -')
         self.same_as_before()
 
+    def test_an_answer_that_cannot_be_read(self):
+        answer = self.file('\n', 'answer')
+        for error, status, *said in (('EIO', 1, 'standard input has ended', BACK), ('EINTR:when=1', 0),
+                                     ('EAGAIN:when=1', 0)):
+            self.applied(FULL)
+            with open(answer, 'rb') as standard_input:
+                ran = self.run_words(*injected(f'read:error={error}', 'apply', '--confirm', '30', self.file(OTHER),
+                                               path=answer), stdin=standard_input)
+            self.says(ran, status, 'press Enter within 30 seconds to keep this', *said)
+
+    def test_without_a_way_to_see_signals(self):
+        ran = self.run_words(*injected('signalfd4:error=EMFILE', 'apply', '--confirm', '30', self.file(OTHER)))
+        self.says(ran, 1, 'press Enter within 30 seconds to keep this', 'stopped by a signal', BACK)
+        self.same_as_before()
+
+    def test_a_file_whose_name_begins_like_standard_input(self):
+        self.file(FULL, '-file')
+        self.says(self.config('apply', '--confirm', '30', '--', '-file', cwd=self.folder), 0)
+
     def test_what_cannot_be_put_back(self):
         words = self.words(CONFIG, 'apply', '--confirm', '30', self.file(FULL + 'rule 9 action queue 1\n'),
                            faults=['14#1=fail'])
@@ -374,6 +481,13 @@ class Lock(GatewayTest):
             # Looking is free.
             self.assertEqual(self.config('show').status, 0)
         self.says(self.config('apply', '--wait', '0', path), 0)
+
+    def test_it_cannot_be_taken(self):
+        path = self.file(FULL)
+        ran = self.run_words(*injected('flock:error=ENOLCK', 'apply', path))
+        self.says(ran, 2, '/dev/kxqos: cannot be locked: No locks available')
+        self.assertEqual(ran.requests, [])
+        self.says(self.run_words(*injected('flock:error=EINTR:when=1', 'apply', '--wait', '1', path)), 0)
 
     def test_it_is_waited_for(self):
         self.applied(FULL)

@@ -84,6 +84,11 @@ class Run(GatewayTest):
         os.mkfifo(self.folder / 'fifo')
         self.says(self.config('run', str(self.folder / 'fifo')), 2, f'{self.folder}/fifo: not a regular file')
 
+    def test_a_line_of_too_many_words(self):
+        ran = self.config('run', self.file('x ' * 1024 + '\nqos enable\n'))
+        self.says(ran, 1, f'{self.folder}/file:1: the line has too many words: ' + ' '.join(['x'] * 1024))
+        self.assertEqual((ran.out, ran.requests), (b'', []))
+
     def test_nothing_is_nothing(self):
         self.says(self.config('run', '-', input=b''), 0)
 

@@ -9,7 +9,7 @@ import unittest
 import jsonschema
 
 from apply_test import FULL
-from gateway import CONFIG, NOTHING, TREE, GatewayTest
+from gateway import CONFIG, NOTHING, TREE, GatewayTest, injected
 
 COMMENTS = '''\
 # kxqos-config 1.0.0
@@ -57,6 +57,16 @@ class Show(GatewayTest):
             self.assertEqual((ran.returncode, ran.stderr),
                              (1, b'kxqos-config: standard output: No space left on device\n'), words)
 
+    def test_output_of_which_a_part_was_refused(self):
+        # More than the buffer holds, on a disk that has room again at the end.
+        self.applied(''.join(f'rule {n} profile 1 match sip 10.0.0.{n % 256} action queue 1\n' for n in range(1, 513)))
+        shown = self.folder / 'shown'
+        words = self.words(*injected('write:error=ENOSPC:when=1', 'show', path=shown))
+        with open(shown, 'wb') as out:
+            ran = subprocess.run(words, stdout=out, stderr=subprocess.PIPE, timeout=60, check=False)
+        self.assertEqual(ran.returncode, 1)
+        self.assertTrue(ran.stderr.startswith(b'kxqos-config: standard output: '), ran.stderr)
+
     def test_output_that_nobody_reads(self):
         self.applied(FULL)
         for words in ['show'], ['show', '--json'], ['save', '-'], ['diff', self.file('qos disable\n')]:
@@ -86,7 +96,7 @@ class Json(GatewayTest):
 
     def test_everything(self):
         self.applied(FULL + 'limit up add ip6 ::1~::2 rate 4294967295\nrule 8 action sw-fwd\n'
-                     'rule 9 match sip6 !2001:db8::/32 rxports 0x11 protocols 6 action\n')
+                     'rule 9 match dip6 2001:db8::1 sip6 !2001:db8::/32 rxports 0x11 protocols 6 action\n')
         told = self.json('17#1=bytes:232:ffffffffffffffff,bytes:225:01', '26#9=bytes:8:0500,bytes:16:0600,bytes:24:0700')
         self.assertEqual((told['qos'], told['pure_dscp_remarking'], told['fine_classification']), (True, True, False))
         self.assertEqual(told['rules'], [
@@ -99,7 +109,8 @@ class Json(GatewayTest):
              'actions': [{'action': 'queue', 'value': 1}, {'action': 'counter', 'value': 9}], 'hits': 0},
             {'profile': 'qos', 'id': 8, 'match': [], 'actions': [{'action': 'sw-fwd'}], 'hits': 0},
             {'profile': 'qos', 'id': 9,
-             'match': [{'field': 'sip6', 'inverse': True, 'value': '2001:db8::', 'mask': '32'},
+             'match': [{'field': 'dip6', 'inverse': False, 'value': '2001:db8::1'},
+                       {'field': 'sip6', 'inverse': True, 'value': '2001:db8::', 'mask': '32'},
                        {'field': 'rxports', 'inverse': False, 'value': '0x11'},
                        {'field': 'protocols', 'inverse': False, 'value': '0x06'}], 'actions': [], 'hits': 0},
             {'profile': 'lanhost', 'id': 7, 'match': [], 'actions': [{'action': 'dscp', 'value': 5}], 'hits': 0}])
@@ -126,6 +137,14 @@ class Json(GatewayTest):
 
     def test_odd_answers(self):
         self.assertEqual(self.json('20#1=bytes:1:09', '2#1=bytes:0:000000ff')['limits']['up']['mode'], 9)
+        # Any word but 0 says that a limit is in use.
+        self.applied('limit up add vlan 7 rate 100\n')
+        self.assertEqual(self.json('20#1=bytes:484:0001')['limits']['up']['vlan'], [{'vlan': 7, 'rate': 100}])
+
+    def test_a_queue_map_that_cannot_be_read(self):
+        ran = self.config('show', '--json', faults=['31#1=fail'])
+        self.says(ran, 1, 'cannot read the queue map: request 31 gave -1 (Input/output error)')
+        self.assertEqual(ran.out, b'')
 
 
 # Commands that the tool takes, why save refuses what they make, and what check says where it knows more of their line.
@@ -133,6 +152,8 @@ UNFAITHFUL = (
     (['match', 'protocols', '5/7', 'action', 'queue', '1'], 'protocols: no line shows its mask'),
     (['match', 'protocols', '~9', 'action', 'queue', '1'], 'protocols: no line shows its mask',
      'the range would be ignored'),
+    # Behind the "!" of the field a name may have its own.
+    (['match', 'protocols', '5/7', 'indev', '!!x', 'action', 'queue', '1'], 'protocols: no line shows its mask'),
     (['match', 'outdev', 'x vid 7', 'action', 'queue', '1'],
      'outdev: a blank, a newline or a leading "!" in its name'),
     (['match', 'indev', 'a\nb', 'action', 'queue', '1'], 'indev: a blank, a newline or a leading "!" in its name'),
@@ -171,11 +192,12 @@ class Save(GatewayTest):
         self.save()
         self.assertEqual(self.saved.stat().st_mode & 0o7777, 0o644)
         os.chmod(self.saved, 0o640)
-        os.chown(self.saved, 12, 34)
         self.applied('qos enable\n')
-        self.says(self.save(), 0)
-        status = self.saved.stat()
-        self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid), (0o640, 12, 34))
+        for owner, group in (12, 34), (os.geteuid(), 34), (12, os.getegid()):
+            os.chown(self.saved, owner, group)
+            self.says(self.save(), 0)
+            status = self.saved.stat()
+            self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid), (0o640, owner, group))
         self.assertIn('qos enable', self.saved.read_text())
 
     def test_a_link_stays(self):
@@ -222,6 +244,15 @@ class Save(GatewayTest):
         for file in self.folder / 'fifo', self.folder, pathlib.Path('/dev/null'):
             self.says(self.save(file=file), 1, f'{file}: not a regular file; it is left as it was')
         self.says(self.save(file='/none/there'), 1, '/none/there: No such file or directory; it is left as it was')
+        within = f'{self.file(NOTHING)}/within'
+        self.says(self.save(file=within), 1, f'{within}: Not a directory; it is left as it was')
+        # A path has 4095 characters at most.
+        long = '/none' + '/x' * 2500
+        self.says(self.save(file=long), 1, f'{long}: File name too long; it is left as it was')
+
+    def test_a_name_without_a_folder(self):
+        self.says(self.config('save', 'saved', cwd=self.folder), 0)
+        self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
 
     def test_a_failed_read_saves_nothing(self):
         self.applied(FULL)
@@ -271,9 +302,14 @@ class Save(GatewayTest):
                                                          'different form, or no command sets it like that'),
                 ('17#2=bytes:218:0900', "rule 6 profile qos: Err: parameter '9' beyond the range (0~7)"),
                 ('11#1=bytes:4:01200000', 'bucket 1: its rate is no whole number of kbps'),
+                ('11#1=bytes:4:ffffffff', "bucket 1: Err: parameter '33554431' beyond the range (0~10485760)"),
                 ('20#1=bytes:486:0000', "limit up add vlan 0 rate 100: Err: parameter '0' beyond the range (1~4095)"),
                 ('20#1=bytes:492:0100070065000000', 'limit up add vlan 7 rate 101: this limit is given twice, with '
                                                     'two rates'),
+                ('20#1=bytes:492:0100070064000000', 'limit up add vlan 7 rate 100: no command adds such a limit'),
+                # An IPv4 address with something behind it.
+                ('20#1=bytes:4:01000000' '0100000a00000000000000000000000f' '0100000a000000000000000000000000' '05000000',
+                 'limit up add ip 10.0.0.1~10.0.0.1 rate 5: no command adds such a limit'),
                 ('20#1=bytes:1:07', 'the mode 7 of the limits: Err: unknow mode 7')):
             what, why = wrong.split(': ', 1)
             message = f'{what} would not come back equal: {why}'
@@ -321,6 +357,19 @@ class Save(GatewayTest):
         status, said, _ = self.strace('-e', 'inject=fsync:error=EIO:when=2')
         self.assertEqual((status, said), (1, f'kxqos-config: {self.saved}: saved, but perhaps not on the disk yet: '
                                              'Input/output error\n'))
+        for call in 'openat', 'close':
+            ran = self.run_words(*injected(f'{call}:error=EIO', 'save', str(self.saved), path=f'{self.folder}/'))
+            self.says(ran, 1, f'{self.saved}: saved, but perhaps not on the disk yet: Input/output error')
+            self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
+
+    def test_a_new_file_that_cannot_be_as_the_old_one(self):
+        self.saved.write_text('old')
+        os.chown(self.saved, 12, 34)
+        new = self.folder / 'saved.saving'
+        for call, path in ('/stat', self.saved), ('/stat', new), ('fchown', new), ('fchmod', new), ('/^dup', new):
+            ran = self.run_words(*injected(f'{call}:error=EIO', 'save', str(self.saved), path=path))
+            self.says(ran, 1, f'{self.saved}: Input/output error; it is left as it was')
+            self.assertEqual((self.saved.read_text(), new.exists()), ('old', False), call)
 
 
 if __name__ == '__main__':
