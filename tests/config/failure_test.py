@@ -81,6 +81,7 @@ class Failure(Configured):
         # What is sent once for several lines, or for none of them.
         ran = self.attempt(FULL + 'refresh enable\n', '36#1=fail')
         self.says(ran, 1, f'{self.folder}/file:18: request 36 gave -1 (Input/output error): refresh enable', BACK)
+        self.assertEqual(ran.changes, [36])  # what it was before cannot be known
         ran = self.attempt(FULL.replace('debug info on\ndebug error on', 'debug match on'), '1#1=fail')
         self.says(ran, 1, f'{self.folder}/file:16: request 1 gave -1 (Input/output error): debug match on', BACK)
         ran = self.attempt('qos enable\n', '19#1=fail')
@@ -198,10 +199,13 @@ class Failure(Configured):
 
     def test_a_mode_that_there_cannot_be(self):
         # No table is in force by it: nothing is removed, and all that is wanted comes.
-        ran = self.attempt(FULL, '20#1=bytes:1:09')
+        text = FULL + 'limit up add port 3 rate 5\n'
+        self.applied(text)
+        before = self.status()
+        ran = self.attempt(text, '20#1=bytes:1:09')
         self.says(ran, 0)
         self.assertEqual(ran.changes, [19, 19, f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0'])
-        self.same_as_before()
+        self.assertEqual(self.status(), before)
 
     def test_what_the_library_prints_is_lost(self):
         environment = dict(os.environ, KXQOS_LAB_LIBKX_PRINTS='1')

@@ -308,7 +308,8 @@ class Save(GatewayTest):
                                                     'two rates'),
                 ('20#1=bytes:492:0100070064000000', 'limit up add vlan 7 rate 100: no command adds such a limit'),
                 # An IPv4 address with something behind it.
-                ('20#1=bytes:4:01000000' '0100000a00000000000000000000000f' '0100000a000000000000000000000000' '05000000',
+                ('20#1=bytes:4:01000000' '0100000a00000000000000000000000f' '0100000a000000000000000000000000'
+                 '05000000',
                  'limit up add ip 10.0.0.1~10.0.0.1 rate 5: no command adds such a limit'),
                 ('20#1=bytes:1:07', 'the mode 7 of the limits: Err: unknow mode 7')):
             what, why = wrong.split(': ', 1)
