@@ -84,14 +84,14 @@ static void set(const char *name, const char *first, const char *second)
     variable_count++;
 }
 
-/* The command may change its folder, so it is told whole paths. */
+/* The command may change its folder, so it is told whole paths. Without a path the variable is empty, as if unset. */
 static void set_path(const char *name, const char *path)
 {
     static char whole[PATH_MAX];
 
-    if (realpath(path, whole) == NULL)
+    if (path != NULL && realpath(path, whole) == NULL)
         lab_fail("%s: %s", path, strerror(errno));
-    set(name, whole, NULL);
+    set(name, path != NULL ? whole : NULL, NULL);
 }
 
 static void open_trace(const char *path)
@@ -161,17 +161,13 @@ static void set_preload(void)
     }
 }
 
-/* An empty one counts as unset. */
 static void set_environment(const char *state)
 {
     set_path(LAB_STATE, state);
-    if (options.trace != NULL)
-        set_path(LAB_TRACE, options.trace);
-    else
-        set(LAB_TRACE, NULL, NULL);
+    set_path(LAB_TRACE, options.trace);
     if (options.session.fault_count != 0)
         write_session();
-    set(LAB_SESSION, session_path, NULL);
+    set_path(LAB_SESSION, session_path[0] != '\0' ? session_path : NULL);
     if (options.emulator == NULL && (options.preload == NULL || options.preload[0] != '\0'))
         set_preload();
     set("PATH", lab_variable("PATH"), own_folder());
