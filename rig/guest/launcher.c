@@ -5,7 +5,6 @@
  *
  * There is one /dev/kxqos, so what the module holds is the same whatever FILE says; FILE is where the stand-in for
  * libkx keeps its half. The trace of both is collected by the module, which sees everything in order.
- *
  */
 #include "launcher.h"
 
