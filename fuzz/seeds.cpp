@@ -1,17 +1,20 @@
-// What the harnesses begin with: the words and the records of the transcripts, each in the form of a harness's input.
+// What a harness begins with: the words and the records of the transcripts, each in the form of its input.
 //
-//   seeds FOLDER TRANSCRIPT...
+//   seeds FOLDER HARNESS TRANSCRIPT...
 //
-// Leaves a folder of inputs for each harness in FOLDER, and one of words alone. What a harness takes is told where it
-// begins.
+// Leaves the inputs in FOLDER. What a harness takes is told where it begins. As "typed" it leaves words alone, for a
+// fuzzer of the whole tool.
 #include "inputs.h"
 #include "text.h"
 #include "transcript.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
 #include <set>
@@ -29,8 +32,24 @@ struct Seeds {
     Inputs files;
     Inputs configReplies;
     Inputs configChanging;
-    Inputs typed;   // the words alone, for a fuzzer of the whole tool
+    Inputs typed;
     Inputs records; // that are among the replies
+};
+
+struct Harness {
+    const char *name;
+    Inputs Seeds::*inputs;
+};
+
+constexpr Harness harnesses[] = {
+    {"words", &Seeds::words},
+    {"replies", &Seeds::replies},
+    {"parsers", &Seeds::parsers},
+    {"roundtrip", &Seeds::roundtrip},
+    {"config_files", &Seeds::files},
+    {"config_replies", &Seeds::configReplies},
+    {"config_changing", &Seeds::configChanging},
+    {"typed", &Seeds::typed},
 };
 
 // A longer input is cut off by the harnesses' driver.
@@ -231,25 +250,20 @@ try {
 
 int main(int argc, char **argv)
 {
-    if (argc < 3) {
-        std::fprintf(stderr, "usage: seeds FOLDER TRANSCRIPT...\n");
+    const auto *const harness = std::find_if(std::begin(harnesses), std::end(harnesses), [&](const Harness &known) {
+        return argc > 3 && std::strcmp(known.name, argv[2]) == 0;
+    });
+    if (harness == std::end(harnesses)) {
+        std::fprintf(stderr, "usage: seeds FOLDER HARNESS TRANSCRIPT...\n");
         return 2;
     }
     Seeds seeds;
-    for (int i = 2; i < argc; i++)
+    for (int i = 3; i < argc; i++)
         if (!add_transcript(argv[i], seeds))
             return 2;
     add_failures(seeds);
     add_noise(seeds);
     add_changes(seeds);
-    const std::string folder = argv[1];
-    write(folder + "/words", seeds.words);
-    write(folder + "/replies", seeds.replies);
-    write(folder + "/parsers", seeds.parsers);
-    write(folder + "/roundtrip", seeds.roundtrip);
-    write(folder + "/config_files", seeds.files);
-    write(folder + "/config_replies", seeds.configReplies);
-    write(folder + "/config_changing", seeds.configChanging);
-    write(folder + "/typed", seeds.typed);
+    write(argv[1], seeds.*harness->inputs);
     return 0;
 }
