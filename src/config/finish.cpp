@@ -8,7 +8,7 @@
 
 bool finish_standard_output()
 {
-    errno = 0;
+    errno = EIO; // for a write that was refused before, when nobody kept why
     if (finish_output() == 0)
         return true;
     say("standard output: %s", strerror(errno));
