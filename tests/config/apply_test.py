@@ -112,6 +112,10 @@ limit down add port 3 rate 10 \n!
                          [25, 1, 22])
         shown = self.config('show').out.decode()
         self.assertTrue(shown.startswith('!\ncounter 8 enable\ndebug error on\ndebug match on\nqos'), shown)
+        # The flags are set as one word: of 0x24 and packet, 0x08.
+        ran = self.config('apply', self.file(FULL.replace('debug info on\ndebug error on', 'debug packet on')))
+        self.says(ran, 0)
+        self.assertEqual([sent for number, _, sent in ran.requests if number == 1], [bytes.fromhex('2c000000')])
 
     def test_refresh_is_sent_when_named(self):
         ran = self.config('apply', self.file('qos enable\nrefresh disable\n'))
@@ -271,6 +275,14 @@ bucket 3 delete
             ran = self.config(*words, '/none/there')
             self.says(ran, 2, '/none/there: No such file or directory')
             self.assertEqual((ran.opens, ran.out), (0, b''))
+
+    def test_from_standard_input(self):
+        ran = self.config('diff', '-', input=b'qos enable\n')
+        self.says(ran, 1)
+        self.assertEqual((ran.out, ran.changes), (b'qos enable\n', []))
+        ran = self.config('apply', '-', input=b'qos enable\n')
+        self.says(ran, 0)
+        self.assertEqual((ran.out, ran.changes), (b'', [28]))
 
     def test_closed_descriptors(self):
         ran = self.run_words('sh', '-c', 'exec "$@" <&- >&- 2>&-', 'sh', CONFIG, 'apply', self.file(FULL))

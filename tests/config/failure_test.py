@@ -160,6 +160,19 @@ class Failure(Configured):
         self.assertIn('kxqos-config: the gateway: holds: limit up add vlan 3 rate 7\n', ran.err)
         self.applied(third)
         self.assertEqual(sorted(self.status().splitlines()), end)
+        # The same when what failed is the very next.
+        self.applied(first)
+        ran = self.attempt('limit up mode vlan\nlimit up add vlan 3 rate 7\n', f'{VLAN}#2=fail', '19#3=fail')
+        self.assertEqual(ran.changes, [f'{VLAN} 1 1 0 5 = 0', 19, 19, f'{VLAN} 3 1 1 7 = 6', f'{VLAN} 3 1 0 7 = 0', 19])
+        self.assertEqual(ran.status, 3)
+        self.assertIn(f'{self.folder}/file:1: request 19 gave -1 (Input/output error): limit up mode vlan\n', ran.err)
+
+    def test_a_database_that_was_not_written(self):
+        # It names what it named before, whether or not it can be written now.
+        ran = self.attempt(FULL.replace('rate 65', 'rate 66'), '19#1=fail', '19#2=fail')
+        self.assertEqual(ran.changes, [f'{VLAN} 1 1 0 65 = 0', 19, 19, f'{VLAN} 1 1 1 65 = 0'])
+        self.says(ran, 1, f'{self.folder}/file:6: request 19 gave -1 (Input/output error): limit up mode vlan', BACK)
+        self.same_as_before()
 
     def test_a_limit_that_may_have_come(self):
         # The call that failed may have been carried out all the same, and the switch cannot be asked.
@@ -241,7 +254,11 @@ class Failure(Configured):
                                  stderr=subprocess.PIPE, env=environment, preexec_fn=send_to_itself, timeout=60,
                                  check=False)
             self.assertEqual(ran.returncode, 1)
-            self.assertTrue(ran.stderr.startswith(b'kxqos-config: stopped by a signal\n'), ran.stderr)
+            said = b'kxqos-config: stopped by a signal\n'
+            if option:
+                self.assertTrue(ran.stderr.startswith(said), ran.stderr)
+            else:
+                self.assertEqual(ran.stderr, said + b'kxqos-config: nothing was changed\n')
             self.same_as_before()
 
     def test_a_failed_read_is_no_end(self):
@@ -250,10 +267,12 @@ class Failure(Configured):
                             ('17#4=fail', 'the rules of profile osgiflow'), ('11#2=fail', 'the buckets'),
                             ('20#1=fail', 'the limits up'), ('20#4=fail', 'the limits down'), ('29#1=fail', 'qos'),
                             ('33#1=result:1', 'puredscpremark'), ('35#1=fail', 'fine-classifi')):
-            for verb in 'apply', 'diff':
+            number, how = fault.split('#')[0], fault.split('=')[1]
+            gave = '-1 (Input/output error)' if how == 'fail' else '1 (not an error number)'
+            for verb, end in ('apply', 'nothing was changed'), ('diff', 'what cannot be read is not compared'):
                 ran = self.config(verb, self.file('qos disable\n'), faults=[fault])
-                self.assertEqual((ran.status, ran.changes, ran.out), (1, [], b''), fault)
-                self.assertTrue(ran.err.startswith(f'kxqos-config: cannot read {what}: request '), ran.err)
+                self.says(ran, 1, f'cannot read {what}: request {number} gave {gave}', end)
+                self.assertEqual((ran.changes, ran.out), ([], b''), fault)
         self.same_as_before()
 
     def test_answers_are_not_trusted(self):
@@ -285,6 +304,23 @@ class KeepGoing(Configured):
         self.assertIn('!\nrule 2 profile qos action queue 2\n!\n!\n!\nlimit up mode disable\n', self.shown())
         self.says(self.attempt(text, options=['--keep-going']), 0)
         self.assertEqual(self.attempt(text, options=['--keep-going']).changes, [])
+
+    def test_each_that_failed_is_named_once(self):
+        ran = self.attempt('qos enable\nbucket 4 rate 0\n', '15#1=fail', '15#2=fail', options=['--keep-going'])
+        self.assertEqual(ran.status, 1)
+        self.assertEqual(ran.err.splitlines()[:2], [
+            f'kxqos-config: {self.folder}/file: request 15 gave -1 (Input/output error): reset profile qos',
+            f'kxqos-config: {self.folder}/file: request 15 gave -1 (Input/output error): reset profile lanhost'])
+        self.assertEqual([line for line in ran.err.splitlines()[2:] if 'holds: ' not in line], [])
+
+    def test_seen_to_be_otherwise(self):
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900', options=['--keep-going'])
+        self.says(ran, 1, 'the gateway: holds: rule 5 profile qos match vid 9/0xffff action rate-bucket 3')
+        self.assertEqual(ran.changes, [13])
+        # What was not changed is not read again: as many requests as a diff asks.
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), options=['--keep-going'])
+        self.says(ran, 0)
+        self.assertEqual((ran.changes, len(ran.requests)), ([], 20))
 
     def test_a_limit_that_failed_is_tried_again(self):
         # The database names it, and nobody can ask the switch.
@@ -362,6 +398,13 @@ class Mark(Configured):
         self.same_as_before()
         self.says(self.attempt(FULL), 0)
         self.assertEqual(self.state.stat().st_mode & 0o7777, 0o600)
+
+    def test_it_goes_when_all_was_put_back(self):
+        for faults, status, mode in (['34#1=fail'], 1, 0o600), ([f'{VLAN}#2=fail', f'{VLAN}#3=fail'], 3, 0o1600):
+            self.state.chmod(0o600)
+            ran = self.attempt(OTHER.replace('limit up mode ip', 'limit up mode vlan\nlimit up add vlan 3 rate 65'),
+                               *faults)
+            self.assertEqual((ran.status, self.state.stat().st_mode & 0o7777), (status, mode), ran.err)
 
     def test_diff_names_every_limit_in_force(self):
         ran = self.config('diff', self.file(FULL))
@@ -506,6 +549,24 @@ class Lock(GatewayTest):
         self.assertEqual(ran.status, 137)
         self.says(self.config('apply', '--wait', '0', self.file(FULL)), 0)
         self.assertEqual(self.applied(FULL), [])
+
+    def test_a_diff_that_nobody_reads_on(self):
+        # It has seen the gateway before it prints, so it neither keeps others out nor holds signals back.
+        path = self.file(''.join(f'rule {n} profile 1 match sip 10.0.0.{n % 256}~10.255.255.255 action queue 1\n'
+                                 for n in range(1, 513)))
+        environment = dict(os.environ, LD_PRELOAD=str(BUILT / 'libkxqos-lab.so'), KXQOS_LAB_STATE=str(self.state))
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        diff = subprocess.Popen([CONFIG, 'diff', path], stdout=writing, env=environment)
+        self.addCleanup(diff.wait)
+        self.addCleanup(diff.kill)
+        os.close(writing)
+        self.assertEqual(os.read(reading, 1), b'r')
+        self.says(self.config('apply', '--wait', '0', self.file('qos enable\n', 'other')), 0)
+        self.assertIsNone(diff.poll())
+        diff.terminate()
+        self.assertEqual(diff.wait(10), -signal.SIGTERM)
 
     def test_diff_into_run(self):
         # More than a pipe holds, and each locks the gateway.
