@@ -34,6 +34,22 @@ class Show(GatewayTest):
         self.assertEqual(ran.out.decode(), self.shown().replace(FIRST, MORE, 1))
         self.assertEqual((ran.changes, ran.opens), ([], 1))
 
+    def test_the_first_and_the_last_counter(self):
+        self.applied('counter 1 enable\ncounter 222 enable\n')
+        # What a counter has counted is not asked for again with the next.
+        ran = self.config('show', faults=['26#1=bytes:8:' + '77' * 24])
+        self.says(ran, 0)
+        counters = '!\ncounter 1 enable\ncounter 222 enable\n'
+        self.assertEqual(ran.out.decode(), NOTHING.replace(FIRST, counters, 1))
+        self.assertEqual([sent for number, _, sent in ran.requests if number == 26],
+                         [number.to_bytes(32, 'little') for number in range(1, 223)])
+
+    def test_every_debug_category(self):
+        lines = ''.join(f'debug {name} on\n' for name in ('info', 'warnning', 'error', 'packet', 'pre-match', 'match',
+                                                         'action', 'fineclassifi', 'ratelimit'))
+        self.applied(lines)
+        self.assertEqual(self.config('show').out.decode(), NOTHING.replace(FIRST, FIRST + lines, 1))
+
     def test_a_failed_read_is_told(self):
         self.applied(FULL)
         for fault in '17#1=fail', '11#2=fail', '20#3=fail', '29#1=fail', '26#7=fail', '2#1=fail', '17#2=result:3':
