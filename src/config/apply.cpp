@@ -64,7 +64,6 @@ static void say_failed(const change &change, const char *failure)
         say_at(wanted_file, where, failure);
         return;
     }
-    print_to_memory();
     forget_printed();
     print_change_briefly(change, present, wanted);
     say_printed(wanted_file.name, failure);

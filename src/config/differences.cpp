@@ -106,7 +106,6 @@ int say_differences(const configuration &seen, const configuration &target, cons
     static change_list list;
     int count = 0;
     list_changes(seen, target, &names, &list);
-    print_to_memory();
     forget_printed();
     for (int i = 0; i < list.count; i++)
         count += say_difference(list.changes[i], seen, target, names);

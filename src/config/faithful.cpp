@@ -167,15 +167,9 @@ static int check_limits(kxqos_rl_t *limits)
     return left;
 }
 
-static void start_replay()
-{
-    start_configuration(&replayed);
-    print_to_memory();
-}
-
 int leave_out_unfaithful(configuration *held)
 {
-    start_replay();
+    start_configuration(&replayed);
     int left = 0;
     for (int at = 0; at < rule_places; at++)
         if (held->rules[at] != nullptr)
@@ -207,7 +201,7 @@ static bool may_differ(const kxqos_rule_t &rule)
 
 bool can_be_saved(const file &file, const configuration &wanted, const names &names)
 {
-    start_replay();
+    start_configuration(&replayed);
     bool all = true;
     for (int at = 0; at < rule_places; at++) {
         const kxqos_rule_t *rule = wanted.rules[at];

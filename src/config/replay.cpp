@@ -18,7 +18,6 @@
 static bool take_words(int count, const char *const *words, uint32_t debug, const kxqos_rl_t *limits)
 {
     use_recorder();
-    print_to_memory();
     forget_printed();
     forget_losses();
     start_recording(debug, limits);

@@ -10,17 +10,12 @@
 // More than a message shows of a line, and some message of the tool's repeats most of one.
 static char captured[8192];
 static size_t length = 0;
-static bool to_memory = false;
+static bool to_standard_output = false;
 static bool buffered = false;
 
 void print_to_standard_output()
 {
-    to_memory = false;
-}
-
-void print_to_memory()
-{
-    to_memory = true;
+    to_standard_output = true;
 }
 
 void forget_printed()
@@ -71,7 +66,7 @@ const char *printed_reason()
 void expect_output()
 {
     static char buffer[16384];
-    if (!to_memory && !buffered) {
+    if (to_standard_output && !buffered) {
         setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
         buffered = true;
     }
@@ -94,7 +89,7 @@ void print(const char *format, ...)
     va_start(values, format);
     keep(format, values);
     va_end(values);
-    if (to_memory)
+    if (!to_standard_output)
         return;
     expect_output();
     va_start(values, format);
@@ -117,7 +112,7 @@ void print_line(const char *text)
 {
     keep_text(text, strlen(text));
     keep_text("\n", 1);
-    if (to_memory)
+    if (!to_standard_output)
         return;
     expect_output();
     puts(text);

@@ -1,11 +1,10 @@
-// Where the commands' output goes in this program: to standard output, or only into memory.
+// Where the commands' output goes in this program: into memory, and to standard output once that is asked for.
 #ifndef KXQOS_CONFIG_OUTPUT_H
 #define KXQOS_CONFIG_OUTPUT_H
 
-// What the commands print from now on. What they printed is kept either way, as much of it as one line of a file can
+// What the commands print from now on goes there, too. It is kept either way, as much of it as one line of a file can
 // give.
 void print_to_standard_output();
-void print_to_memory();
 
 // Forgets what was printed.
 void forget_printed();
