@@ -78,15 +78,8 @@ static void print_rule_named(const kxqos_rule_t &rule, const char *what)
 static bool print_simple(const change &change, const configuration &from, const configuration &to)
 {
     switch (change.kind) {
-    case change_kind::counter_enable:
-    case change_kind::counter_disable:
-        print_counter_command(change.index, change.kind == change_kind::counter_enable);
-        return true;
     case change_kind::switch_set:
         print_switch(gateway_switches[change.index].keyword, to.switches[change.index] != 0);
-        return true;
-    case change_kind::bucket_set:
-        print_bucket_command(&to.buckets[change.index]);
         return true;
     case change_kind::bucket_delete:
         print("bucket %d delete\n", from.buckets[change.index].bucketID);
@@ -117,6 +110,13 @@ void print_change(const change &change, const configuration &from, const configu
     case change_kind::refresh:
         print_switch("refresh", names.refreshWord == 0);
         break;
+    case change_kind::counter_enable:
+    case change_kind::counter_disable:
+        print_counter_command(change.index, change.kind == change_kind::counter_enable);
+        break;
+    case change_kind::bucket_set:
+        print_bucket_command(&to.buckets[change.index]);
+        break;
     case change_kind::rule_set:
         print_file_line(file, names.rules[change.index]);
         break;
@@ -139,24 +139,8 @@ void print_change_briefly(const change &change, const configuration &from, const
 {
     if (print_simple(change, from, to))
         return;
-    switch (change.kind) {
-    case change_kind::refresh:
-        print_line("refresh");
-        break;
-    case change_kind::rule_set:
-        print_rule_command(to.rules[change.index]);
-        break;
-    case change_kind::limit_remove:
+    if (change.kind == change_kind::limit_remove)
         print_limit(from.limits[change.upDir], change, false);
-        break;
-    case change_kind::limit_install:
-        print_limit(to.limits[change.upDir], change, true);
-        break;
-    case change_kind::limits_write:
+    else
         print_mode_command(&to.limits[change.upDir]);
-        break;
-    default:
-        print_line("debug");
-        break;
-    }
 }

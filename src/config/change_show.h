@@ -9,7 +9,8 @@
 void print_change(const change &change, const configuration &from, const configuration &to, const names &names,
                   const file &file);
 
-// Prints one line that tells a change in a message. A limit in the switch is told as its command.
+// Prints one line that tells a change in a message, of those that no line of the file asks for: a switch, a mode, and
+// what is taken away. A limit in the switch is told as its command.
 void print_change_briefly(const change &change, const configuration &from, const configuration &to);
 
 // "debug <category> on" or "off" for each of these categories.
