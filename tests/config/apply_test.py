@@ -231,10 +231,12 @@ bucket 3 delete
     def test_diff_of_counters_and_flags(self):
         self.applied(FULL)
         ran = self.config('diff', self.file(FULL.replace('counter 9 enable', 'counter 9 disable\ncounter 8 enable')
-                                            .replace('debug info on', 'debug info off\ndebug match on')))
+                                            .replace('debug info on', 'debug info off\ndebug match on')
+                                            .replace('rate 65', 'rate 66')))
         self.says(ran, 1)
         # A counter is there before the rules that use it, and goes after them.
-        self.assertEqual(ran.out.decode(), 'counter 8 enable\ndebug info off\ndebug match on\ncounter 9 disable\n')
+        self.assertEqual(ran.out.decode(), 'counter 8 enable\nlimit up add vlan 1 rate 66 \ndebug info off\n'
+                                           'debug match on\ncounter 9 disable\n')
 
     def test_what_diff_shows_does_what_apply_does(self):
         for former, wanted in ((FULL, OTHER), (OTHER, FULL), (FULL, 'qos disable\n'), ('qos disable\n', FULL),
