@@ -4,8 +4,7 @@ void start_configuration(configuration *configuration)
 {
     for (int i = 0; i < switch_count; i++)
         configuration->switches[i] = gateway_switches[i].initial;
-    for (int upDir = 0; upDir < 2; upDir++)
-        configuration->limits[upDir].upDir = static_cast<uint8_t>(upDir);
+    configuration->limits[1].upDir = 1; // that of the other is 0, as all else
 }
 
 void keep_rule(configuration *configuration, int place, const kxqos_rule_t &rule)
