@@ -106,7 +106,7 @@ static bool holds(const configuration &target)
 {
     static configuration seen;
     const bool whole = read_gateway(&seen, &wanted_names, &target);
-    return say_differences(seen, target, wanted_names) == 0 && whole;
+    return !say_differences(seen, target, wanted_names) && whole;
 }
 
 // Installing a limit that is there already, or removing one that is not, does no harm. What is in the switch cannot be

@@ -65,49 +65,49 @@ static void say_limits(const kxqos_rl_t &limits)
     say_held();
 }
 
-// Returns how many things it tells of.
-static int say_difference(const change &change, const configuration &seen, const configuration &target,
-                          const names &names)
+// Returns whether there is anything to tell of.
+static bool say_difference(const change &change, const configuration &seen, const configuration &target,
+                           const names &names)
 {
     switch (change.kind) {
     case change_kind::rule_set:
     case change_kind::rule_delete:
         say_rule(seen, target, change.index);
-        return 1;
+        return true;
     case change_kind::rule_reset:
         say_rules(seen, target, change.index);
-        return 1;
+        return true;
     case change_kind::bucket_set:
     case change_kind::bucket_delete:
         say_bucket(seen, change.index);
-        return 1;
+        return true;
     case change_kind::switch_set:
         say_switch(seen, change.index);
-        return 1;
+        return true;
     case change_kind::counter_enable:
     case change_kind::counter_disable:
         print_counter_command(change.index, seen.counters[change.index] != 0);
         say_held();
-        return 1;
+        return true;
     case change_kind::limits_write:
         say_limits(seen.limits[change.upDir]);
-        return 1;
+        return true;
     case change_kind::debug_set:
         print_debug_commands((seen.debug ^ target.debug) & names.debugBits, seen.debug);
         say_held();
-        return 1;
+        return true;
     default: // a part of another change, or no state
-        return 0;
+        return false;
     }
 }
 
-int say_differences(const configuration &seen, const configuration &target, const names &names)
+bool say_differences(const configuration &seen, const configuration &target, const names &names)
 {
     static change_list list;
-    int count = 0;
+    bool any = false;
     list_changes(seen, target, &names, &list);
     forget_printed();
     for (int i = 0; i < list.count; i++)
-        count += say_difference(list.changes[i], seen, target, names);
-    return count;
+        any |= say_difference(list.changes[i], seen, target, names);
+    return any;
 }

@@ -4,8 +4,9 @@
 
 #include "replay.h"
 
-// Says each thing that the gateway was seen to hold where the target has another or none, or to lack. Returns how many.
-int say_differences(const configuration &seen, const configuration &target, const names &names);
+// Says each thing that the gateway was seen to hold where the target has another or none, or to lack. Returns whether
+// there is any.
+bool say_differences(const configuration &seen, const configuration &target, const names &names);
 
 // Says the lines that were printed, each after "prefix: what is wrong: ".
 void say_printed(const char *prefix, const char *wrong);
