@@ -35,6 +35,40 @@ limit down add port 3 rate 11
 limit down add port 4 rate 12
 '''
 
+# Each match field with two values.
+FIELDS = '''\
+dmac 00:11:22:33:44:55 00:11:22:33:44:56
+smac 00:11:22:33:44:55 01:11:22:33:44:55
+ethertype 0x0800 0x0806
+tpid 0x8100 0x88a8
+vid 7 8
+pri 1 2
+ivid 7 263
+ipri 1 2
+dip 10.0.0.1 10.0.0.2
+sip 10.0.0.1 11.0.0.1
+dip6 2001:db8::1 2001:db8::2
+sip6 2001:db8::1 2002:db8::1
+tos 1 2
+dscp 1 2
+pre 1 2
+fl 1 65537
+tc 1 2
+protocol 6 17
+sport 80 336
+dport 80 443
+rxports 0x1 0x2
+txports 0x1 0x10000001
+indev eth0 eth1
+outdev eth0 eth
+wan ppp0 ppp01
+edmac 00:11:22:33:44:55 00:11:22:33:45:55
+esip 10.0.0.1 10.0.1.1
+esip6 2001:db8::1 2001:db9::1
+esport 80 81
+protocols 5 6
+'''
+
 VLAN = 'libkx_switchApi_vlanSetRateLimit'
 PORT = 'libkx_switchApi_portSetRateLimit'
 IPV4 = 'libkx_switchApi_ipv4SetRateLimit'
@@ -137,8 +171,19 @@ limit down add port 3 rate 10 \n!
                 ('10.0.0.1~10.0.0.8', '10.0.0.1~255.255.255.255', [13]),
                 ('10.0.0.1~255.255.255.255', '10.0.0.1', [13]),
                 ('eth0', 'eth1', [13]),
+                # A field less, and one more.
+                (' indev eth1', '', [13]),
+                ('10.0.0.1 action', '10.0.0.1 indev eth1 action', [13]),
                 ('dscp 5', 'dscp 6', [13]),
                 ('dscp 6', 'dscp 6 sw-fwd', [13]),
+                ('sw-fwd', 'sw-fwd dbgon', [13]),
+                ('sw-fwd dbgon', 'bypass-kxnat dbgon', [13]),
+                ('dscp 6', '8021p 1 dscp 6', [13]),
+                ('8021p 1', '8021p 2', [13]),
+                ('queue 1', 'queue 2', [13]),
+                ('queue 2 counter 9', 'queue 2 counter 8', [13]),
+                ('rate-bucket 3', 'rate-bucket 4', [13]),
+                ('rate-bucket 4', 'rate-bucket 3', [13]),
                 ('rule 7 profile lanhost', 'rule 8 profile lanhost', [13, 14]),
                 ('bucket 3 rate 100', 'bucket 3 rate 129', [8]),
                 ('bucket 4', 'bucket 5', [8, 9]),
@@ -151,6 +196,15 @@ limit down add port 3 rate 10 \n!
             self.assertEqual(self.applied(self.text), changes, new)
             self.assertEqual(self.applied(self.text), [], new)
 
+    def test_each_field_counts(self):
+        fields = [line.split() for line in FIELDS.splitlines()]
+        former, wanted = (''.join(f'rule {number} match {field[0]} {field[value]} action queue 1\n'
+                                  for number, field in enumerate(fields, 1)) for value in (1, 2))
+        self.applied(former)
+        ran = self.config('diff', self.file(wanted))
+        self.says(ran, 1)
+        self.assertEqual(ran.out.decode(), wanted)
+
     def test_what_does_not_count(self):
         # Rounded up to 64 kbps by the module.
         self.applied('bucket 3 rate 65\nrule 5 match sip 10.0.0.1 action queue 1\n')
@@ -159,8 +213,8 @@ limit down add port 3 rate 10 \n!
         self.assertEqual(self.applied('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'), [8])
         # Hits; an action that only the module sets; a field that is not selected; what is after an IPv4 address; a
         # number of a bucket without its action; bits that are no field.
-        for offset, text in ((232, '7700'), (225, '01'), (224, '81'), (16, '0700'), (32, 'ff'), (220, '09'),
-                             (215, '40')):
+        for offset, text in ((232, '7700'), (225, '01'), (224, '81'), (225, 'fdffff'), (16, '0700'), (32, 'ff'),
+                             (220, '09'), (215, '40')):
             ran = self.config('diff', self.file('bucket 3 rate 64\nrule 5 match sip 10.0.0.1 action queue 1\n'),
                               faults=[f'17#1=bytes:{offset}:{text}'])
             self.assertEqual((ran.status, ran.out), (0, b''), (offset, ran.err))
