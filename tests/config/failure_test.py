@@ -198,10 +198,15 @@ class Failure(Configured):
         ran = self.attempt('qos enable\n' + FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900')
         self.says(ran, 1, 'the gateway: holds: rule 5 profile qos match vid 9/0xffff action rate-bucket 3', BACK)
         self.same_as_before()
-        # The name of the device is "a", two newlines and "b".
-        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '17#10=bytes:156:610a0a6200')
+        # The name of the device is "a", two newlines, a blank, a newline and "b".
+        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '17#10=bytes:156:610a0a200a6200')
         self.says(ran, 1, 'the gateway: holds: rule 6 profile qos match sip 10.0.0.1~10.0.0.9 indev a',
-                  'the gateway: holds: ', 'the gateway: holds: b action queue 1 counter 9', BACK)
+                  'the gateway: holds: ', 'the gateway: holds: ', 'the gateway: holds: b action queue 1 counter 9',
+                  BACK)
+        ran = self.attempt(FULL.replace('rule 7 profile lanhost action dscp 5\n', ''),
+                           '17#13=bytes:2:0700,bytes:224:01')
+        self.says(ran, 1, 'the gateway: holds: rule 7 profile lanhost action queue 0', BACK)
+        self.assertEqual(ran.changes, [15, 13])
         # Of the two counters that are named, 8 is asked for first.
         ran = self.attempt(FULL + 'counter 8 enable\n', '26#3=bytes:0:00000000')
         self.says(ran, 1, 'the gateway: holds: counter 8 disable', BACK)
@@ -315,12 +320,40 @@ class KeepGoing(Configured):
                   'the gateway: holds: rule 6 profile qos match sip 10.0.0.1~10.0.0.9 indev eth0 action queue 1 '
                   'counter 9', 'the gateway: holds: rule 7 profile lanhost action dscp 5')
 
+    def test_a_long_rule_is_named_whole(self):
+        rule = ('rule 5 profile qos match dip6 2001:db8:1111:2222:3333:4444:5555:6666~'
+                '2001:db8:1111:2222:3333:4444:5555:7777 sip6 2001:db8:8888:9999:aaaa:bbbb:cccc:dddd~'
+                '2001:db8:8888:9999:aaaa:bbbb:cccc:eeee indev abcdefghijklmno action queue 1 8021p 2 dscp 3 counter 5 '
+                'dbgon bypass-kxnat sw-fwd')
+        self.assertGreater(len(rule), 256)
+        other = 'rule 1 profile osgiflow action queue 2\n'  # the profile after it
+        self.applied(rule + '\n' + other)
+        ran = self.attempt(other, '15#1=fail', options=['--keep-going'])
+        self.says(ran, 1, f'{self.folder}/file: request 15 gave -1 (Input/output error): reset profile qos',
+                  'the gateway: holds: ' + rule)
+
     def test_seen_to_be_otherwise(self):
-        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), '17#9=bytes:20:0900', options=['--keep-going'])
-        self.says(ran, 1, 'the gateway: holds: rule 5 profile qos match vid 9/0xffff action rate-bucket 3')
-        self.assertEqual(ran.changes, [13])
+        for vlan, (fault, *held) in enumerate((
+                ('17#9=bytes:20:0900', 'rule 5 profile qos match vid 9/0xffff action rate-bucket 3'),
+                ('17#9=bytes:2:0000', 'no rule 5 profile qos', 'no rule 6 profile qos'),
+                ('11#4=bytes:4:00800000', 'bucket 3 rate 256'),
+                ('11#5=bytes:0:0000', 'no bucket 4'),
+                ('20#5=bytes:1:01', 'limit up mode ip', 'limit up add ip 1.2.3.4~1.2.3.4 rate 5',
+                 'limit up add vlan 3 rate 64', 'limit up add vlan 1 rate 65'),
+                ('20#7=bytes:1:00', 'limit down mode disable', 'limit down add port 3 rate 10'),
+                ('29#2=bytes:0:00000000', 'qos disable'),
+                ('33#2=bytes:0:00000000', 'puredscpremark disable'),
+                ('35#2=bytes:0:01000000', 'fine-classifi enable'),
+                ('26#2=bytes:0:00000000', 'counter 9 disable'),
+                # Flags that are not named do not count.
+                ('2#2=bytes:0:09000000', 'debug error off')), 100):
+            ran = self.attempt(FULL.replace('vid 7', f'vid {vlan}'), fault, options=['--keep-going'])
+            self.says(ran, 1, *('the gateway: holds: ' + line for line in held))
+            self.assertEqual(ran.changes, [13], fault)
+        ran = self.attempt(FULL, '29#2=fail', options=['--keep-going'])
+        self.says(ran, 1, 'cannot read qos: request 29 gave -1 (Input/output error)', 'the gateway: holds: qos unknown')
         # What was not changed is not read again: as many requests as a diff asks.
-        ran = self.attempt(FULL.replace('vid 7', 'vid 8'), options=['--keep-going'])
+        ran = self.attempt(FULL, options=['--keep-going'])
         self.says(ran, 0)
         self.assertEqual((ran.changes, len(ran.requests)), ([], 20))
 
