@@ -7,7 +7,7 @@ import subprocess
 import time
 import unittest
 
-from apply_test import FULL, OTHER, VLAN
+from apply_test import FULL, OTHER, PORT, VLAN
 from gateway import BUILT, CONFIG, READING, GatewayTest, injected
 
 BACK = 'put back: the gateway holds what it held before'
@@ -413,6 +413,18 @@ class KeepGoing(Configured):
             self.assertIn(kept, shown, fault)
             self.assertNotIn('rule 7 profile lanhost', shown)
 
+    def test_a_failed_read_holds_nothing_else_back(self):
+        up = [f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', 19, 19]
+        down = [f'{PORT} 3 1 0 10 = 0', 19, 19]
+        rest = [15, 15, 15, 15, 9, 9]
+        for fault, changes in (('2#1=fail', [28, *up, *down, 32, 34, *rest]),
+                               ('20#1=fail', [28, *down, 32, 34, 1, *rest]),
+                               ('20#3=fail', [28, *up, 32, 34, 1, *rest])):
+            self.state.unlink()
+            self.applied(FULL + 'rule 8 profile osgiflow action queue 1\nrule 9 profile hardacc action queue 2\n')
+            ran = self.attempt('debug match on\n', fault, options=['--keep-going'])
+            self.assertEqual((ran.status, ran.changes), (1, changes), fault)
+
     def test_flags_that_cannot_be_read_are_not_set(self):
         ran = self.attempt(FULL.replace('debug info on', 'debug info off'), '2#1=fail', options=['--keep-going'])
         self.says(ran, 1, 'cannot read the debug flags: request 2 gave -1 (Input/output error)',
@@ -440,6 +452,13 @@ class Mark(Configured):
             ran = self.attempt(OTHER.replace('limit up mode ip', 'limit up mode vlan\nlimit up add vlan 3 rate 65'),
                                *faults)
             self.assertEqual((ran.status, self.state.stat().st_mode & 0o7777), (status, mode), ran.err)
+
+    def test_it_is_about_limits_alone(self):
+        self.applied(FULL + 'rule 8 profile osgiflow action queue 1\n')
+        self.state.chmod(0o1600)
+        self.assertEqual(self.applied(FULL), [
+            f'{VLAN} 3 1 0 64 = 0', f'{VLAN} 1 1 0 65 = 0', f'{VLAN} 3 1 1 64 = 0', f'{VLAN} 1 1 1 65 = 0',
+            f'{PORT} 3 1 0 10 = 0', f'{PORT} 3 1 1 10 = 0', 15])
 
     def test_diff_names_every_limit_in_force(self):
         ran = self.config('diff', self.file(FULL))
