@@ -334,7 +334,9 @@ class Check(GatewayTest):
         self.refused('# only this\n\n', '/file: names nothing; to have nothing, write "qos disable"')
         self.refused(b'qos enable\nbucket 1\0 rate 64\n', '/file:2: a byte of zero')
         self.refused(bytes(100000), '/file:1: a byte of zero')
-        self.refused('bucket 1 rate 64\n' * 600000, '/file: larger than 4 MiB')
+        whole = 'qos enable'.ljust(63) + '\n' + ('#' * 63 + '\n') * 65535
+        self.says(self.config('check', self.file(whole)), 0)
+        self.refused(whole + '\n', '/file: larger than 4 MiB')
         os.mkfifo(self.folder / 'fifo')
         self.refused(str(self.folder / 'fifo'), '/fifo: not a regular file')
         self.refused(str(self.folder), ': not a regular file')

@@ -391,6 +391,11 @@ class KeepGoing(Configured):
         ran = self.attempt(FULL.replace('rule 6 match', 'rule 60 match'), '17#2=fail', options=['--keep-going'])
         self.assertEqual((ran.status, ran.changes), (1, [13]))
         self.assertIn('rule 6 profile qos match', self.shown())
+        # Nor is a profile of which one rule was read.
+        self.state.unlink()
+        self.applied(FULL + 'rule 8 profile lanhost action dscp 5\n')
+        ran = self.attempt(FULL.replace('rule 7 profile', 'rule 9 profile'), '17#6=fail', options=['--keep-going'])
+        self.assertEqual((ran.status, ran.changes), (1, [13]))
         for fault in '11#1=fail', '11#2=fail', '20#1=fail', '29#1=fail', '33#1=fail', '35#1=fail':
             self.state.unlink()
             self.applied(FULL)
