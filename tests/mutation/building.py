@@ -31,6 +31,13 @@ def every_source():
                   for name in names if name.endswith(('.cpp', '.h')))
 
 
+def every_transcript():
+    """As paths within tests/, where they are run."""
+    return sorted(os.path.relpath(f'{folder}/{name}', ROOT + '/tests')
+                  for folder, _, names in os.walk(ROOT + '/tests/transcripts') for name in names
+                  if name.endswith('.transcript'))
+
+
 def read(name):
     return open(f'{SOURCES}/{name}', encoding='utf-8').read()
 
@@ -70,9 +77,7 @@ class Build:
         self.build = work + '/build'
         must(['cmake', '-S', ROOT, '-B', self.build, '-DCMAKE_BUILD_TYPE=MinSizeRel'])
         must(['cmake', '--build', self.build, '-j', str(jobs), '--target', 'kxqos-lab', 'transcript', *targets])
-        self.transcripts = sorted(os.path.relpath(f'{folder}/{name}', ROOT + '/tests')
-                                  for folder, _, names in os.walk(ROOT + '/tests/transcripts') for name in names
-                                  if name.endswith('.transcript'))
+        self.transcripts = every_transcript()
         self.size = {name: os.path.getsize(f'{ROOT}/tests/{name}') for name in self.transcripts}
         with open(self.build + '/CMakeCache.txt', encoding='utf-8') as cache:
             version = re.search(r'^CMAKE_PROJECT_VERSION:\w+=(.*)$', cache.read(), re.MULTILINE)[1]
