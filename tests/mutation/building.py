@@ -7,6 +7,7 @@ import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 SOURCES = ROOT + '/src'
+CONFIG_TESTS = ROOT + '/tests/config'
 
 WHOLE = ['-flto', '-fno-fat-lto-objects', '-frandom-seed=mutant']
 SANITIZE = ['-fsanitize=address,undefined', '-fno-sanitize-recover=all']
@@ -36,6 +37,18 @@ def every_transcript():
     return sorted(os.path.relpath(f'{folder}/{name}', ROOT + '/tests')
                   for folder, _, names in os.walk(ROOT + '/tests/transcripts') for name in names
                   if name.endswith('.transcript'))
+
+
+def modules_of_config():
+    """The files of tests/config, without their ending. Those at random and those of damaged files are left out: what
+    they notice is not the same every time, or takes long; and a program that is killed counts nothing."""
+    return sorted(name[:-3] for name in os.listdir(CONFIG_TESTS)
+                  if name.endswith('_test.py') and name not in ('kill_test.py', 'rot_test.py'))
+
+
+def environment_of_config(built, environment=None):
+    # In memory, because every save is synchronised.
+    return dict(environment or os.environ, KXQOS_BUILT=built, TMPDIR='/dev/shm')
 
 
 def read(name):
@@ -78,7 +91,6 @@ class Build:
         must(['cmake', '-S', ROOT, '-B', self.build, '-DCMAKE_BUILD_TYPE=MinSizeRel'])
         must(['cmake', '--build', self.build, '-j', str(jobs), '--target', 'kxqos-lab', 'transcript', *targets])
         self.transcripts = every_transcript()
-        self.size = {name: os.path.getsize(f'{ROOT}/tests/{name}') for name in self.transcripts}
         with open(self.build + '/CMakeCache.txt', encoding='utf-8') as cache:
             version = re.search(r'^CMAKE_PROJECT_VERSION:\w+=(.*)$', cache.read(), re.MULTILINE)[1]
         self.flags = [*FLAGS, f'-DKXQOS_VERSION_NUMBER={version}']

@@ -68,6 +68,7 @@ class Planting(Build):
         with open(ROOT + '/tests/errors', encoding='utf-8') as errors:
             self.errors = ['--errors', errors.read().strip()]
         self.sources = self.sources_of('kxqosctl')
+        self.size = {name: os.path.getsize(f'{ROOT}/tests/{name}') for name in self.transcripts}
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
             list(pool.map(lambda name: self.compile_planted(name, read(name), f'{work}/plain/{name}.o'), self.sources))
 
