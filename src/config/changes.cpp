@@ -51,16 +51,10 @@ static void list_deleted_buckets(const configuration &from, const configuration 
             add(list, change_kind::bucket_delete, at);
 }
 
-// from may be null. The same record needs no look.
-static bool rule_differs(const kxqos_rule_t *from, const kxqos_rule_t *to)
-{
-    return from != to && (from == nullptr || !equal_rules(*to, *from));
-}
-
 static void list_set_rules(const configuration &from, const configuration &to, change_list *list)
 {
     for (int at = 0; at < rule_places; at++)
-        if (to.rules[at] != nullptr && rule_differs(from.rules[at], to.rules[at]))
+        if (to.rules[at] != nullptr && to.rules[at] != from.rules[at])
             add(list, change_kind::rule_set, at);
 }
 
