@@ -32,7 +32,7 @@ static int read_both(const char *name, unsigned waitSeconds, bool *whole)
     // The flags are set as one word, of which the others stay.
     const uint32_t named = wanted_names.debugBits;
     wanted.debug = (wanted.debug & named) | (present.debug & ~named);
-    list_changes(present, wanted, &wanted_names, &changes);
+    list_changes(present, wanted, wanted_names, &changes);
     return status_done;
 }
 

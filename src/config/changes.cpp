@@ -13,12 +13,12 @@ static void add_limit(change_list *list, change_kind kind, int upDir, int mode, 
                                     static_cast<int16_t>(index)};
 }
 
-static void list_counters(const configuration &from, const configuration &to, const names *names, change_kind kind,
+static void list_counters(const configuration &from, const configuration &to, const names &names, change_kind kind,
                           change_list *list)
 {
     const uint8_t state = kind == change_kind::counter_enable;
-    for (int number = 1; names != nullptr && number <= KXQOS_COUNTER_LAST; number++)
-        if (names->counters[number].number != 0 && to.counters[number] == state && from.counters[number] != state)
+    for (int number = 1; number <= KXQOS_COUNTER_LAST; number++)
+        if (names.counters[number].number != 0 && to.counters[number] == state && from.counters[number] != state)
             add(list, kind, number);
 }
 
@@ -113,17 +113,17 @@ static void list_limits(const configuration &from, const configuration &to, int 
     list_limits_of(wanted, former, unsure, change_kind::limit_install, list);
 }
 
-static void list_debug(const configuration &from, const configuration &to, const names *names, change_list *list)
+static void list_debug(const configuration &from, const configuration &to, const names &names, change_list *list)
 {
-    if (names != nullptr && (from.unread & unread_debug) == 0 && ((from.debug ^ to.debug) & names->debugBits) != 0)
+    if ((from.unread & unread_debug) == 0 && ((from.debug ^ to.debug) & names.debugBits) != 0)
         add(list, change_kind::debug_set, 0);
 }
 
-void list_changes(const configuration &from, const configuration &to, const names *names, change_list *list)
+void list_changes(const configuration &from, const configuration &to, const names &names, change_list *list)
 {
     const bool goesOff = to.switches[switch_qos] == 0;
     list->count = 0;
-    if (names != nullptr && names->refresh.number != 0)
+    if (names.refresh.number != 0)
         add(list, change_kind::refresh, 0);
     if (goesOff)
         list_switch(from, to, switch_qos, list);

@@ -41,12 +41,12 @@ struct change_list {
     change changes[changes_most];
 };
 
-// Fills *list. Of counters and debug flags only those count that are named, so names->debugBits of to->debug; a refresh
+// Fills *list. Of counters and debug flags only those count that are named, so names.debugBits of to.debug; a refresh
 // that is named is a change, too. What could not be read in from is taken as it may be: a thing that is wanted is
-// sent again, and nothing is removed. Null names: no counter, no debug flag, no refresh.
+// sent again, and nothing is removed.
 //
 // A rule that is equal in both is one record, as read_gateway keeps it.
-void list_changes(const configuration &from, const configuration &to, const names *names, change_list *list);
+void list_changes(const configuration &from, const configuration &to, const names &names, change_list *list);
 
 // Where the file names what the change makes. A number of 0: nowhere, as it takes something away.
 place place_of(const change &change, const names &names);

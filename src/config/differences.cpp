@@ -105,7 +105,7 @@ bool say_differences(const configuration &seen, const configuration &target, con
 {
     static change_list list;
     bool any = false;
-    list_changes(seen, target, &names, &list);
+    list_changes(seen, target, names, &list);
     forget_printed();
     for (int i = 0; i < list.count; i++)
         any |= say_difference(list.changes[i], seen, target, names);
