@@ -230,6 +230,15 @@ limit down add port 3 rate 10 \n!
                          [8, 13, 9])
         self.assertEqual(self.applied('rule 6 action queue 1\n'), [14, 9])
 
+    def test_each_rule_goes_once(self):
+        # The last of a profile stays, and the first of the next goes with all others there.
+        self.applied('rule 63 action queue 1\nrule 64 action queue 1\nrule 1 profile osgiflow action queue 2\n'
+                     'rule 9 profile osgiflow action queue 2\n')
+        ran = self.config('apply', self.file('rule 64 action queue 1\n'))
+        self.says(ran, 0)
+        self.assertEqual([(number, sent) for number, _, sent in ran.requests if number in (14, 15)],
+                         [(14, rule_bytes(0, 63)), (15, rule_bytes(1, 0))])
+
     def test_limits(self):
         vlans = 'limit up mode vlan\nlimit up add vlan 1 rate 10\nlimit up add vlan 2 rate 20\n'
         self.applied(vlans + 'limit up add vlan 3 rate 30\n')
