@@ -182,30 +182,13 @@ int leave_out_unfaithful(configuration *held)
     return left;
 }
 
-static bool share_place(uint32_t fields)
-{
-    for (uint32_t left = fields; left != 0; left &= left - 1)
-        for (uint32_t others = left & (left - 1); others != 0; others &= others - 1)
-            if (match_fields[__builtin_ctz(left)].offset == match_fields[__builtin_ctz(others)].offset)
-                return true;
-    return false;
-}
-
-// Whether the line of a rule that was made by a line may be another: where a mask is not shown, where fields share a
-// place, and where a rule does nothing. All else is shown as it was given.
-static bool may_differ(const kxqos_rule_t &rule)
-{
-    return has_field(rule.fieldSel, KXQOS_MATCH_IPPROTO_BITS) || rule.action.actionFlag == 0 ||
-           share_place(selected_fields(rule));
-}
-
 bool can_be_saved(const file &file, const configuration &wanted, const names &names)
 {
-    start_configuration(&replayed);
     bool all = true;
     for (int at = 0; at < rule_places; at++) {
         const kxqos_rule_t *rule = wanted.rules[at];
-        if (rule == nullptr || !may_differ(*rule))
+        // All else is shown as it was given, or was refused for what of it would be lost.
+        if (rule == nullptr || !has_field(rule->fieldSel, KXQOS_MATCH_IPPROTO_BITS))
             continue;
         if (const char *why = check_rule(*rule, at)) {
             say_at(file, names.rules[at], why);
