@@ -90,28 +90,30 @@ static const char *check_rule(const kxqos_rule_t &rule, int at)
     return reason_of(rule, wrong, at);
 }
 
-static int leave_out_rule(configuration *held, int at)
+// Each of these leaves out what does not come back equal, and returns whether all did.
+
+static bool leave_out_rule(configuration *held, int at)
 {
     const kxqos_rule_t &rule = *held->rules[at];
     const char *why = check_rule(rule, at);
     if (why == nullptr)
-        return 0;
+        return true;
     say("rule %d profile %s %s", rule.rule_id, get_qos_profile_name(rule.table_id), why);
     held->rules[at] = nullptr;
-    return 1;
+    return false;
 }
 
-static int check_bucket(kxqos_rate_bucket_t *bucket, int at)
+static bool check_bucket(kxqos_rate_bucket_t *bucket, int at)
 {
     forget_printed();
     print_bucket_command(bucket);
     const char *wrong = replay_printed();
     if (wrong == nullptr && equal_rates(replayed.buckets[at], *bucket))
-        return 0;
+        return true;
     say("bucket %d would not come back equal: %s", bucket->bucketID,
         wrong != nullptr ? wrong : "its rate is no whole number of kbps");
     bucket->bucketID = 0;
-    return 1;
+    return false;
 }
 
 static void say_limit(const limit_table &table, const char *limit, const char *wrong)
@@ -124,7 +126,7 @@ static void say_limit(const limit_table &table, const char *limit, const char *w
 }
 
 // Keeps the entries that come back, in their order.
-static int check_table(const limit_table &table, const limit_table &back)
+static bool check_table(const limit_table &table, const limit_table &back)
 {
     int kept = 0;
     const int count = count_limits(table);
@@ -144,42 +146,42 @@ static int check_table(const limit_table &table, const limit_table &back)
         }
     }
     memset(limit_at(table, kept), 0, static_cast<size_t>(table.size - kept) * table.entrySize);
-    return count - kept;
+    return kept == count;
 }
 
-static int check_mode(kxqos_rl_t *limits)
+static bool check_mode(kxqos_rl_t *limits)
 {
     forget_printed();
     print_mode_command(limits);
     const char *wrong = replay_printed();
     if (wrong == nullptr)
-        return 0;
+        return true;
     say("the mode %d of the limits would not come back equal: %s", limits->mode, wrong);
     limits->mode = RATELIMIT_MODE_DISABLE;
-    return 1;
+    return false;
 }
 
-static int check_limits(kxqos_rl_t *limits)
+static bool check_limits(kxqos_rl_t *limits)
 {
-    int left = check_mode(limits);
+    bool all = check_mode(limits);
     for (int mode = first_table; mode <= last_table; mode++)
-        left += check_table(table_of(limits, mode), table_of(&replayed.limits[limits->upDir], mode));
-    return left;
+        all &= check_table(table_of(limits, mode), table_of(&replayed.limits[limits->upDir], mode));
+    return all;
 }
 
-int leave_out_unfaithful(configuration *held)
+bool leave_out_unfaithful(configuration *held)
 {
     start_configuration(&replayed);
-    int left = 0;
+    bool all = true;
     for (int at = 0; at < rule_places; at++)
         if (held->rules[at] != nullptr)
-            left += leave_out_rule(held, at);
+            all &= leave_out_rule(held, at);
     for (int at = 0; at < KXQOS_BUCKET_LAST; at++)
         if (held->buckets[at].bucketID != 0)
-            left += check_bucket(&held->buckets[at], at);
+            all &= check_bucket(&held->buckets[at], at);
     for (int upDir = 1; upDir >= 0; upDir--)
-        left += check_limits(&held->limits[upDir]);
-    return left;
+        all &= check_limits(&held->limits[upDir]);
+    return all;
 }
 
 bool can_be_saved(const file &file, const configuration &wanted, const names &names)

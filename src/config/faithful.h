@@ -6,8 +6,8 @@
 #include "replay.h"
 
 // Replays each thing that is held as its line shows it. Says what would not come back equal, and why, and takes it out
-// of *held. Returns how many that were.
-int leave_out_unfaithful(configuration *held);
+// of *held. Returns false when there was any.
+bool leave_out_unfaithful(configuration *held);
 
 // The same of what a file asks for, that a save of it later would not refuse. Returns false when anything would not
 // come back equal, and has said what, and where the file names it.

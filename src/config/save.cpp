@@ -44,7 +44,7 @@ int save(const char *name, const options &options)
         return status_refused;
     const bool whole = read_gateway(&held, nullptr, nullptr);
     const bool lossy = (options.given & option_lossy) != 0;
-    if (!whole || (leave_out_unfaithful(&held) != 0 && !lossy)) {
+    if (!whole || (!leave_out_unfaithful(&held) && !lossy)) {
         say("nothing is saved");
         return status_failed;
     }
