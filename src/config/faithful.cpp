@@ -20,13 +20,10 @@ static names places; // of no use here
 static const char *replay_printed()
 {
     static line line;
-    constexpr size_t most = 4096; // more than all fields of a rule take
-    static char text[most + line_reserve];
+    static char text[printed_most + line_reserve];
     const char *shown = printed();
-    const size_t size = strcspn(shown, "\n");
-    if (size >= most || shown[size] != '\n' || shown[size + 1] != '\0')
-        return "a newline in a name";
-    memcpy(text, shown, size + 1); // what is printed by the replay takes its place
+    const size_t size = strcspn(shown, "\n"); // a name that has a newline in it does not come back
+    memcpy(text, shown, size + 1);             // what is printed by the replay takes its place
     divide_line(text, static_cast<uint32_t>(size), &line);
     return replay_line(line, &replayed, &places);
 }
@@ -72,8 +69,6 @@ static const char *reason_of(const kxqos_rule_t &rule, const char *wrong, int at
         field = different_field(rule, *replayed.rules[at]);
     if (field >= 0)
         wrong = reason_of(rule, field);
-    else if (wrong == nullptr)
-        wrong = "no command sets such an action";
     snprintf(reason, sizeof reason, "would not come back equal: %s%s%s", field >= 0 ? match_fields[field].keyword : "",
              field >= 0 ? ": " : "", wrong);
     return reason;
@@ -85,7 +80,7 @@ static const char *check_rule(const kxqos_rule_t &rule, int at)
     forget_printed();
     print_rule_command(&rule);
     const char *wrong = replay_printed();
-    if (wrong == nullptr && replayed.rules[at] != nullptr && equal_rules(rule, *replayed.rules[at]))
+    if (wrong == nullptr && equal_rules(rule, *replayed.rules[at]))
         return nullptr;
     return reason_of(rule, wrong, at);
 }

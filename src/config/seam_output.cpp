@@ -7,8 +7,7 @@
 #include <stdio.h>
 #include <string.h>
 
-// More than a message shows of a line, and some message of the tool's repeats most of one.
-static char captured[8192];
+static char captured[printed_most];
 static size_t length = 0;
 static bool to_standard_output = false;
 static bool buffered = false;

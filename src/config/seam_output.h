@@ -2,6 +2,9 @@
 #ifndef KXQOS_CONFIG_OUTPUT_H
 #define KXQOS_CONFIG_OUTPUT_H
 
+// More than a message shows of a line, and some message of the tool's repeats most of one.
+inline constexpr int printed_most = 8192; // with the terminator
+
 // What the commands print from now on goes there, too. It is kept either way, as much of it as one line of a file can
 // give.
 void print_to_standard_output();
