@@ -160,6 +160,27 @@ limit down add port 3 rate 10 \n!
         ran = self.config('diff', self.file('qos enable\nrefresh enable\n'))
         self.assertEqual((ran.status, ran.out, ran.changes), (0, b'refresh enable\n', []))
 
+    def test_all_that_there_can_be(self):
+        # Everything is otherwise than it was, and every table is full.
+        def limits(octet):
+            return ''.join(f'limit {direction} mode ip\n' + ''.join(
+                f'limit {direction} add ip 10.0.{octet}.{n} rate {n}\n' for n in range(24)) + ''.join(
+                    f'limit {direction} add {kind} {n} rate {octet}\n' for kind in ('vlan', 'port') for n in range(1, 17))
+                           for direction in ('up', 'down'))
+
+        self.applied(limits(1))
+        most = {'qos': 64, 'osgiflow': 512, 'lanhost': 512, 'bridgedata': 64, 'hardacc': 64}
+        rules = [f'rule {n} profile {profile} action queue 1\n' for profile in most for n in range(1, most[profile] + 1)]
+        text = limits(2) + ''.join(rules) + ''.join(f'bucket {n} rate 64\n' for n in range(1, 65)) + ''.join(
+            f'counter {n} enable\n' for n in range(1, 223))
+        text += 'qos enable\npuredscpremark enable\nfine-classifi disable\ndebug all on\nrefresh enable\n'
+        changes = self.applied(text)
+        # The numbers alone: a limit is a call, and each direction has 24 that go and 24 that come.
+        self.assertEqual([change if isinstance(change, int) else 0 for change in changes],
+                         [36] + [25] * 222 + [8] * 64 + [13] * len(rules) + ([0] * 24 + [19, 19] + [0] * 24) * 2 +
+                         [32, 34, 1, 28])
+        self.assertEqual(self.applied(text), [36])
+
     def test_one_request_for_each_difference(self):
         self.applied(FULL)
         for old, new, changes in (

@@ -280,14 +280,23 @@ class Save(GatewayTest):
             self.assertTrue(ran.err.endswith('kxqos-config: nothing is saved\n'))
             self.assertEqual(self.saved.read_text(), 'old')
 
+    def test_a_long_rule(self):
+        address = '2001:db8:1111:2222:3333:4444:5555:'
+        rule = (f'rule 5 profile qos match dip6 {address}6666~{address}7777 sip6 {address}8888~{address}9999 '
+                'indev abcdefghijklmno outdev abcdefghijklmno wan abcdefghijklmno action queue 1\n')
+        self.assertGreater(len(rule), 256)
+        self.applied(rule)
+        self.says(self.save(), 0)
+        self.assertIn(rule, self.saved.read_text())
+
     def test_what_commands_make_that_would_not_come_back(self):
         for words, why, *known in UNFAITHFUL:
             self.state.unlink(missing_ok=True)
-            self.assertEqual(self.tool('rule', '5', *words).status, 0, words)
-            message = f'rule 5 profile qos would not come back equal: {why}'
+            self.assertEqual(self.tool('rule', '1', *words).status, 0, words)
+            message = f'rule 1 profile qos would not come back equal: {why}'
             self.says(self.save(), 1, message, 'nothing is saved')
             self.assertFalse(self.saved.exists())
-            line = ' '.join(['rule 5', *words])
+            line = ' '.join(['rule 1', *words])
             if len(line.split()) != len(words) + 2:
                 continue  # not a line of a file
             file = self.file(f'qos enable\n{line}\n')
@@ -307,6 +316,12 @@ class Save(GatewayTest):
                 ('17#1=bytes:156:' + hexadecimal('a\tb\0'), 'rule 5 profile qos' + name),
                 ('17#1=bytes:156:' + hexadecimal('a\nb\0'), 'rule 5 profile qos' + name),
                 ('17#1=bytes:156:' + hexadecimal('!eth0\0'), 'rule 5 profile qos' + name),
+                # dmac, with a bit outside of its mask.
+                ('17#1=bytes:212:01,bytes:4:01,bytes:76:00ffffffffff',
+                 'rule 5 profile qos: dmac: another field is in its place, in a different form, or no command sets it '
+                 'like that'),
+                # Of two things the name is told.
+                ('17#1=bytes:156:' + hexadecimal('!eth0\0') + ',bytes:218:0900', 'rule 5 profile qos' + name),
                 ('17#1=bytes:156:00', 'rule 5 profile qos: indev: an empty name cannot be written'),
                 ('17#1=bytes:156:' + '61' * 16, 'rule 5 profile qos: indev: its name has no end'),
                 # The protocol bits with the mask 7.
@@ -343,6 +358,30 @@ class Save(GatewayTest):
             for kept, text in (('rule 5 ', 'rule 5 profile'), ('rule 6 ', 'rule 6 profile'), ('bucket', 'bucket 1 rate'),
                                ('limit up add vlan 0', 'vlan 7 rate 100')):
                 self.assertEqual(text in lossy, not wrong.startswith(kept), (wrong, text))
+
+    def test_limits_that_would_not_come_back(self):
+        # The others stay, those of the same table in their order.
+        limits = ['limit up add ip 10.0.0.2~10.0.0.2 rate 6', 'limit up add ip 10.0.0.3~10.0.0.3 rate 7',
+                  'limit up add ip6 2001:db8::1~2001:db8::2 rate 8', 'limit up add port 1 rate 9',
+                  'limit up add port 2 rate 10', 'limit down add vlan 5 rate 11', 'limit down add vlan 6 rate 12']
+        self.applied('qos enable\n' + ''.join(line + '\n' for line in limits))
+        for fault, at, wrong in (
+                # A byte behind an IPv4 address; numbers that no port and no VLAN has.
+                ('20#1=bytes:23:0f', 0, f'{limits[0]} would not come back equal: no command adds such a limit'),
+                ('20#1=bytes:63:0f', 1, f'{limits[1]} would not come back equal: no command adds such a limit'),
+                ('20#1=bytes:550:2000', 3, 'limit up add port 32 rate 9 would not come back equal: '
+                                           "Err: parameter '32' beyond the range (0~31)"),
+                ('20#1=bytes:558:2000', 4, 'limit up add port 32 rate 10 would not come back equal: '
+                                           "Err: parameter '32' beyond the range (0~31)"),
+                ('20#3=bytes:486:0010', 5, 'limit down add vlan 4096 rate 11 would not come back equal: '
+                                           "Err: parameter '4096' beyond the range (1~4095)")):
+            self.says(self.save(faults=[fault]), 1, wrong, 'nothing is saved')
+            self.says(self.save('--lossy', faults=[fault]), 0, wrong)
+            up, down = (''.join(line + ' \n' for line in limits[:at] + limits[at + 1:] if f'limit {direction}' in line)
+                        for direction in ('up', 'down'))
+            self.assertEqual(self.saved.read_text(), COMMENTS + '!\nqos enable\n!\n!\n!\n!\nlimit up mode disable\n'
+                             f'{up}limit down mode disable\n{down}!\n')
+            self.saved.unlink()
 
     def strace(self, *inject):
         trace = self.folder / 'calls'
