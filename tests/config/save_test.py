@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import unittest
 
@@ -205,9 +206,18 @@ class Save(GatewayTest):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ['file', 'saved', 'state', 'trace'])
 
     def test_mode_and_owner(self):
-        os.umask(0o022)
-        self.save()
-        self.assertEqual(self.saved.stat().st_mode & 0o7777, 0o644)
+        self.addCleanup(os.umask, os.umask(0))
+        # A new file is the caller's, and for all to read whom the mask does not shut out.
+        for mask, mode in (0, 0o644), (0o022, 0o644), (0o027, 0o640), (0o077, 0o600), (0o022, 0o644):
+            self.saved.unlink(missing_ok=True)
+            os.umask(mask)
+            self.says(self.save(), 0)
+            status = self.saved.stat()
+            self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid), (mode, os.geteuid(), os.getegid()))
+        for mode in 0o7777, 0o604, 0o400:
+            os.chmod(self.saved, mode)
+            self.says(self.save(), 0)
+            self.assertEqual(self.saved.stat().st_mode & 0o7777, mode)
         os.chmod(self.saved, 0o640)
         self.applied('qos enable\n')
         for owner, group in (12, 34), (os.geteuid(), 34), (12, os.getegid()):
@@ -400,6 +410,8 @@ class Save(GatewayTest):
         self.assertEqual((status, said), (0, ''))
         order = [call.split('(')[0].split()[-1] for call in calls.splitlines() if 'fsync' in call or 'rename' in call]
         self.assertEqual(order, ['fsync', 'rename', 'fsync'])
+        # What is made is the caller's alone until it is as the old one, and nobody else has it open.
+        self.assertIn(f'"{self.saved}.saving", O_WRONLY|O_CREAT|O_EXCL|O_CLOEXEC, 0600)', calls)
         self.assertIn(f'"{self.folder}/", O_RDONLY', calls)
 
     def test_a_full_disk(self):
@@ -418,6 +430,17 @@ class Save(GatewayTest):
             ran = self.run_words(*injected(f'{call}:error=EIO', 'save', str(self.saved), path=f'{self.folder}/'))
             self.says(ran, 1, f'{self.saved}: saved, but perhaps not on the disk yet: Input/output error')
             self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
+
+    def test_a_signal_while_it_is_replaced(self):
+        # It ends the program when the file is there, or when nothing is left of the new one.
+        for inject, saved, *said in (('signal=SIGTERM', COMMENTS + NOTHING),
+                                     ('error=EIO:signal=SIGTERM', 'old',
+                                      f'{self.saved}: Input/output error; it is left as it was')):
+            self.saved.write_text('old')
+            ran = self.run_words(*injected(f'fsync:{inject}:when=1', 'save', str(self.saved)))
+            self.says(ran, 128 + signal.SIGTERM, *said)
+            self.assertEqual(self.saved.read_text(), saved)
+            self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ['saved', 'state', 'trace'])
 
     def test_a_new_file_that_cannot_be_as_the_old_one(self):
         self.saved.write_text('old')
