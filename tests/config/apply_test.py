@@ -252,13 +252,25 @@ limit down add port 3 rate 10 \n!
         self.assertEqual(self.applied('rule 6 action queue 1\n'), [14, 9])
 
     def test_each_rule_goes_once(self):
-        # The last of a profile stays, and the first of the next goes with all others there.
+        # The last of a profile, and the first and the last of the next, beside those that stay; and a whole profile.
         self.applied('rule 63 action queue 1\nrule 64 action queue 1\nrule 1 profile osgiflow action queue 2\n'
-                     'rule 9 profile osgiflow action queue 2\n')
-        ran = self.config('apply', self.file('rule 64 action queue 1\n'))
+                     'rule 9 profile osgiflow action queue 2\nrule 512 profile osgiflow action queue 2\n'
+                     'rule 1 profile lanhost action queue 3\n')
+        ran = self.config('apply', self.file('rule 63 action queue 1\nrule 9 profile osgiflow action queue 2\n'))
         self.says(ran, 0)
         self.assertEqual([(number, sent) for number, _, sent in ran.requests if number in (14, 15)],
-                         [(14, rule_bytes(0, 63)), (15, rule_bytes(1, 0))])
+                         [(14, rule_bytes(0, 64)), (14, rule_bytes(1, 1)), (14, rule_bytes(1, 512)),
+                          (15, rule_bytes(2, 0))])
+
+    def test_counters_and_buckets_are_sent_bare(self):
+        self.applied(FULL)
+        ran = self.config('apply', self.file('counter 9 disable\ncounter 222 enable\nbucket 64 rate 1\n'))
+        self.says(ran, 0)
+        # A bucket of 1 kbps is 128.
+        self.assertEqual([(number, sent) for number, _, sent in ran.requests if number in (8, 9, 22, 25)],
+                         [(25, (222).to_bytes(32, 'little')), (8, bytes.fromhex('400000008000000000000000')),
+                          (22, (9).to_bytes(32, 'little')), (9, (3).to_bytes(12, 'little')),
+                          (9, (4).to_bytes(12, 'little'))])
 
     def test_limits(self):
         vlans = 'limit up mode vlan\nlimit up add vlan 1 rate 10\nlimit up add vlan 2 rate 20\n'

@@ -8,7 +8,7 @@ import time
 import unittest
 
 from apply_test import FULL, OTHER, PORT, VLAN
-from gateway import BUILT, CONFIG, READING, GatewayTest, injected
+from gateway import BUILT, CONFIG, READING, GatewayTest, injected, rule_bytes
 
 BACK = 'put back: the gateway holds what it held before'
 
@@ -148,6 +148,19 @@ class Failure(Configured):
                   'the gateway: holds: no rule 7 profile lanhost',
                   f'could not be put back: the gateway holds neither what it held before nor what {self.folder}/file '
                   'asks for')
+
+    def test_a_profile_is_put_back(self):
+        # And no other: the rule behind its last place stays as it is.
+        more = FULL + 'rule 512 profile lanhost action dscp 6\nrule 1 profile bridgedata action queue 2\n'
+        self.applied(more)
+        self.before = self.status()
+        ran = self.attempt(''.join(line for line in more.splitlines(keepends=True)
+                                   if 'lanhost' not in line and 'bucket 4' not in line), '9#1=fail')
+        self.says(ran, 1, f'{self.folder}/file: request 9 gave -1 (Input/output error): bucket 4 delete', BACK)
+        self.assertEqual(ran.changes, [15, 9, 8, 13, 13])
+        self.assertEqual([sent[:4] for number, _, sent in ran.requests if number == 13],
+                         [rule_bytes(2, 7)[:4], rule_bytes(2, 512)[:4]])
+        self.same_as_before()
 
     def test_the_database_cannot_be_put_back(self):
         # It names limit 3 then. Limit 1 is not installed, because the next apply would not know of it.
@@ -451,6 +464,11 @@ class Mark(Configured):
     def setUp(self):
         super().setUp()
         self.state.chmod(0o1600)
+
+    def test_it_is_there_before_the_database_names_a_limit(self):
+        self.state.chmod(0o600)
+        ran = self.config('apply', self.file(FULL + 'limit up add vlan 9 rate 1\n'), faults=['19#1=kill'])
+        self.assertEqual((ran.status, self.state.stat().st_mode & 0o7777), (137, 0o1600))
 
     def test_it_stays_when_not_all_was_done(self):
         ran = self.attempt(OTHER, '13#1=fail')
