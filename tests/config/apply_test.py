@@ -244,6 +244,20 @@ limit down add port 3 rate 10 \n!
         ran = self.config('diff', self.file('rule 5 action sw-fwd\n'), faults=['17#1=bytes:16:0700'])
         self.assertEqual((ran.status, ran.out), (0, b''), ran.err)
 
+    def test_what_does_not_count_of_limits(self):
+        text = ''.join(f'limit up add vlan {n} rate 5\nlimit up add ip 10.0.0.{n} rate 5\n' for n in (7, 8)) + (
+            'limit up mode vlan\n')
+        self.applied(text)
+        # Another word that says that a limit is in use; the key and the rate of a free entry.
+        for fault in ('4:0001', '44:0001', '484:0001', '492:0001', '86:0100', '120:09', '502:0900', '504:09'):
+            ran = self.config('diff', self.file(text), faults=['20#1=bytes:' + fault])
+            self.says(ran, 0)
+            self.assertEqual(ran.out, b'', fault)
+        # What is behind an IPv4 address does, and so does the order.
+        for fault in '23:09', '39:09', '63:09', '486:080005000000010007':
+            ran = self.config('diff', self.file(text), faults=['20#1=bytes:' + fault])
+            self.says(ran, 1)
+
     def test_buckets_come_before_their_rules_and_go_after_them(self):
         self.assertEqual(self.applied('rule 5 action rate-bucket 1\nrule 6 action queue 1\nbucket 1 rate 64\n'),
                          [8, 13, 13])
@@ -271,6 +285,14 @@ limit down add port 3 rate 10 \n!
                          [(25, (222).to_bytes(32, 'little')), (8, bytes.fromhex('400000008000000000000000')),
                           (22, (9).to_bytes(32, 'little')), (9, (3).to_bytes(12, 'little')),
                           (9, (4).to_bytes(12, 'little'))])
+        # Right behind a rule that is full of bits, too.
+        rule = ('match dmac ff:ff:ff:ff:ff:ff smac ff:ff:ff:ff:ff:ff ethertype 65535 tpid 65535 vid 4095 pri 7 ivid 4095 '
+                'ipri 7 dip6 ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff sip6 ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff tos 255 '
+                'dscp 63 pre 7 fl 1048575 tc 255 protocol 255 sport 65535 dport 65535 rxports -1 txports -1 indev '
+                'abcdefghijklmno outdev abcdefghijklmno wan abcdefghijklmno action queue 7 8021p 7 dscp 255 counter 222')
+        ran = self.config('apply', self.file(f'rule 5 {rule}\n'))
+        self.says(ran, 0)
+        self.assertEqual([sent for number, _, sent in ran.requests if number == 9], [(64).to_bytes(12, 'little')])
 
     def test_limits(self):
         vlans = 'limit up mode vlan\nlimit up add vlan 1 rate 10\nlimit up add vlan 2 rate 20\n'

@@ -227,6 +227,15 @@ class Failure(Configured):
         self.says(ran, 1, 'the gateway: holds: debug match off', BACK)
         self.same_as_before()
 
+    def test_what_could_not_be_read_is_read_again(self):
+        # What was wanted cannot be seen, and then not what was before either, as it is not there again.
+        ran = self.attempt(FULL + 'debug match on\n', '2#2=fail', '1#2=fail')
+        self.says(ran, 3, 'cannot read the debug flags: request 2 gave -1 (Input/output error)',
+                  'the gateway: holds: debug match on',
+                  f'could not be put back: the gateway holds neither what it held before nor what {self.folder}/file '
+                  'asks for')
+        self.assertEqual(ran.changes, [1, 1])
+
     def test_a_mode_that_there_cannot_be(self):
         # No table is in force by it: nothing is removed, and all that is wanted comes.
         text = FULL + 'limit up add port 3 rate 5\n'
@@ -450,6 +459,13 @@ class KeepGoing(Configured):
             self.applied(FULL + 'rule 8 profile osgiflow action queue 1\nrule 9 profile hardacc action queue 2\n')
             ran = self.attempt('debug match on\n', fault, options=['--keep-going'])
             self.assertEqual((ran.status, ran.changes), (1, changes), fault)
+
+    def test_a_counter_that_cannot_be_read_is_set(self):
+        for word, number in ('disable', 22), ('disable', 22), ('enable', 25), ('enable', 25):
+            ran = self.attempt(FULL.replace('counter 9 enable', f'counter 9 {word}'), '26#1=fail',
+                               options=['--keep-going'])
+            self.says(ran, 1, 'cannot read counter 9: request 26 gave -1 (Input/output error)')
+            self.assertEqual(ran.changes, [number])
 
     def test_flags_that_cannot_be_read_are_not_set(self):
         ran = self.attempt(FULL.replace('debug info on', 'debug info off'), '2#1=fail', options=['--keep-going'])

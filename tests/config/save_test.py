@@ -38,12 +38,13 @@ class Show(GatewayTest):
     def test_the_first_and_the_last_counter(self):
         self.applied('counter 1 enable\ncounter 222 enable\n')
         # What a counter has counted is not asked for again with the next.
-        ran = self.config('show', faults=['26#1=bytes:8:' + '77' * 24])
-        self.says(ran, 0)
-        counters = '!\ncounter 1 enable\ncounter 222 enable\n'
-        self.assertEqual(ran.out.decode(), NOTHING.replace(FIRST, counters, 1))
-        self.assertEqual([sent for number, _, sent in ran.requests if number == 26],
-                         [number.to_bytes(32, 'little') for number in range(1, 223)])
+        for words, begin in (['show'], ''), (['save', '-'], COMMENTS):
+            ran = self.config(*words, faults=['26#1=bytes:8:' + '77' * 24])
+            self.says(ran, 0)
+            counters = '!\ncounter 1 enable\ncounter 222 enable\n'
+            self.assertEqual(ran.out.decode(), begin + NOTHING.replace(FIRST, counters, 1))
+            self.assertEqual([sent for number, _, sent in ran.requests if number == 26],
+                             [number.to_bytes(32, 'little') for number in range(1, 223)])
 
     def test_every_debug_category(self):
         lines = ''.join(f'debug {name} on\n' for name in ('info', 'warnning', 'error', 'packet', 'pre-match', 'match',
@@ -270,11 +271,12 @@ class Save(GatewayTest):
         os.mkfifo(self.folder / 'fifo')
         for file in self.folder / 'fifo', self.folder, pathlib.Path('/dev/null'):
             self.says(self.save(file=file), 1, f'{file}: not a regular file; it is left as it was')
-        self.says(self.save(file='/none/there'), 1, '/none/there: No such file or directory; it is left as it was')
+        absent = f'{self.folder}/none/there'
+        self.says(self.save(file=absent), 1, f'{absent}: No such file or directory; it is left as it was')
         within = f'{self.file(NOTHING)}/within'
         self.says(self.save(file=within), 1, f'{within}: Not a directory; it is left as it was')
         # A path has 4095 characters at most.
-        long = '/none' + '/x' * 2500
+        long = f'{self.folder}/none' + '/x' * 2500
         self.says(self.save(file=long), 1, f'{long}: File name too long; it is left as it was')
 
     def test_a_name_without_a_folder(self):
