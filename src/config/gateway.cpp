@@ -143,14 +143,12 @@ static bool read_debug(configuration *held, const names *names)
     return cannot_read("the debug flags", "");
 }
 
+// All else is read over what was there, or not looked at when it cannot be read.
 static void forget(configuration *held)
 {
     clear(&held->rules);
     for (kxqos_rate_bucket_t &bucket : held->buckets)
         bucket.bucketID = 0;
-    clear(&held->limits);
-    clear(&held->counters);
-    held->debug = 0;
     held->unread = 0;
     start_configuration(held);
 }
