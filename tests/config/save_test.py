@@ -279,6 +279,21 @@ class Save(GatewayTest):
         long = f'{self.folder}/none' + '/x' * 2500
         self.says(self.save(file=long), 1, f'{long}: File name too long; it is left as it was')
 
+    def test_the_longest_name(self):
+        # What is made first has a name of seven characters more, and a path has 4095.
+        folder = self.folder
+        while len(str(folder)) < 4088 - 200:
+            folder /= 'x' * 100
+        folder.mkdir(parents=True)
+        self.saved = pathlib.Path(f'{folder}/'.ljust(4088, 'y'))
+        temporary = pathlib.Path(f'{self.saved}.saving')
+        for _ in range(2):
+            temporary.write_text('left')
+            self.says(self.save(), 0)
+            self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
+            self.assertFalse(temporary.exists())
+        self.says(self.save(file=f'{self.saved}y'), 1, f'{self.saved}y: File name too long; it is left as it was')
+
     def test_a_name_without_a_folder(self):
         self.says(self.config('save', 'saved', cwd=self.folder), 0)
         self.assertEqual(self.saved.read_text(), COMMENTS + NOTHING)
