@@ -23,7 +23,7 @@ static const char *replay_printed()
     static char text[printed_most + line_reserve];
     const char *shown = printed();
     const size_t size = strcspn(shown, "\n"); // a name that has a newline in it does not come back
-    memcpy(text, shown, size + 1);             // what is printed by the replay takes its place
+    memcpy(text, shown, size + 1);            // what is printed by the replay takes its place
     divide_line(text, static_cast<uint32_t>(size), &line);
     return replay_line(line, &replayed, &places);
 }

@@ -82,7 +82,7 @@ static bool sync_folder(char *file)
     while (size > 0 && file[size - 1] != '/')
         size--;
     file[size] = '\0';
-    const int fd = open(size > 0 ? file : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int fd = open(*file != '\0' ? file : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     return fd >= 0 && fsync(fd) == 0 && close(fd) == 0;
 }
 
