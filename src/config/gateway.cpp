@@ -21,13 +21,13 @@ static bool cannot_read(const char *what, const char *why)
     return cannot_read(what, "", why);
 }
 
-// Returns null at the end, or why the walk was broken off.
+// Returns null at the end, or why the walk was broken off. It does end: each answer takes a place that was free.
 static const char *walk_rules(int profile, configuration *held, const configuration *like)
 {
     kxqos_rule_t rule;
     clear(&rule);
     rule.table_id = static_cast<uint16_t>(profile);
-    for (int seen = 0; seen <= qosProfileName[profile].highestRuleID; seen++) {
+    for (;;) {
         if (get_next_valid_rule_entry(&rule) != 0)
             return "no answer";
         if (rule.rule_id == 0)
@@ -42,14 +42,14 @@ static const char *walk_rules(int profile, configuration *held, const configurat
         else
             keep_rule(held, at, rule);
     }
-    return "the walk does not end";
 }
 
+// The same.
 static const char *walk_buckets(configuration *held)
 {
     kxqos_rate_bucket_t bucket;
     clear(&bucket);
-    for (int seen = 0; seen <= KXQOS_BUCKET_LAST; seen++) {
+    for (;;) {
         if (get_next_valid_rate_bucket(&bucket) != 0)
             return "no answer";
         if (bucket.bucketID == 0)
@@ -61,7 +61,6 @@ static const char *walk_buckets(configuration *held)
             return "the kernel module gave a bucket twice";
         place = bucket;
     }
-    return "the walk does not end";
 }
 
 static bool read_rules(configuration *held, const configuration *like)
