@@ -115,6 +115,10 @@ limit down add port 3 rate 10 \n!
         self.says(ran, 0)
         # Three switches, three rules and five ends, two buckets and an end, four halves, a counter, the flags.
         self.assertEqual((ran.changes, len(ran.requests)), ([], 3 + 8 + 3 + 4 + 1 + 1))
+        # Nothing of the last rule of a profile is sent with the question for the first of the next.
+        asked = [sent for number, _, sent in ran.requests if number == 17]
+        for profile in range(5):
+            self.assertIn(rule_bytes(profile, 0), asked)
         self.assertEqual(self.status(), before)
 
     def test_the_same_as_typed(self):
@@ -150,6 +154,10 @@ limit down add port 3 rate 10 \n!
         ran = self.config('apply', self.file(FULL.replace('debug info on\ndebug error on', 'debug packet on')))
         self.says(ran, 0)
         self.assertEqual([sent for number, _, sent in ran.requests if number == 1], [bytes.fromhex('2c000000')])
+        # One alone, too.
+        ran = self.config('apply', self.file('debug info on\n'))
+        self.says(ran, 0)
+        self.assertEqual([sent for number, _, sent in ran.requests if number == 1], [bytes.fromhex('2d000000')])
 
     def test_refresh_is_sent_when_named(self):
         ran = self.config('apply', self.file('qos enable\nrefresh disable\n'))
