@@ -171,14 +171,14 @@ limit down add port 3 rate 10 \n!
     def test_all_that_there_can_be(self):
         # Everything is otherwise than it was, and every table is full.
         def limits(octet):
-            return ''.join(f'limit {direction} mode ip\n' + ''.join(
-                f'limit {direction} add ip 10.0.{octet}.{n} rate {n}\n' for n in range(24)) + ''.join(
-                    f'limit {direction} add {kind} {n} rate {octet}\n' for kind in ('vlan', 'port') for n in range(1, 17))
-                           for direction in ('up', 'down'))
+            lines = ['mode ip', *(f'add ip 10.0.{octet}.{n} rate {n}' for n in range(24)),
+                     *(f'add {kind} {n} rate {octet}' for kind in ('vlan', 'port') for n in range(1, 17))]
+            return ''.join(f'limit {direction} {line}\n' for direction in ('up', 'down') for line in lines)
 
         self.applied(limits(1))
         most = {'qos': 64, 'osgiflow': 512, 'lanhost': 512, 'bridgedata': 64, 'hardacc': 64}
-        rules = [f'rule {n} profile {profile} action queue 1\n' for profile in most for n in range(1, most[profile] + 1)]
+        rules = [f'rule {n} profile {profile} action queue 1\n'
+                 for profile, last in most.items() for n in range(1, last + 1)]
         text = limits(2) + ''.join(rules) + ''.join(f'bucket {n} rate 64\n' for n in range(1, 65)) + ''.join(
             f'counter {n} enable\n' for n in range(1, 223))
         text += 'qos enable\npuredscpremark enable\nfine-classifi disable\ndebug all on\nrefresh enable\n'
@@ -294,10 +294,11 @@ limit down add port 3 rate 10 \n!
                           (22, (9).to_bytes(32, 'little')), (9, (3).to_bytes(12, 'little')),
                           (9, (4).to_bytes(12, 'little'))])
         # Right behind a rule that is full of bits, too.
-        rule = ('match dmac ff:ff:ff:ff:ff:ff smac ff:ff:ff:ff:ff:ff ethertype 65535 tpid 65535 vid 4095 pri 7 ivid 4095 '
-                'ipri 7 dip6 ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff sip6 ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff tos 255 '
-                'dscp 63 pre 7 fl 1048575 tc 255 protocol 255 sport 65535 dport 65535 rxports -1 txports -1 indev '
-                'abcdefghijklmno outdev abcdefghijklmno wan abcdefghijklmno action queue 7 8021p 7 dscp 255 counter 222')
+        address = 'ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff'
+        rule = ('match dmac ff:ff:ff:ff:ff:ff smac ff:ff:ff:ff:ff:ff ethertype 65535 tpid 65535 vid 4095 pri 7 '
+                f'ivid 4095 ipri 7 dip6 {address} sip6 {address} tos 255 dscp 63 pre 7 fl 1048575 tc 255 protocol 255 '
+                'sport 65535 dport 65535 rxports -1 txports -1 indev abcdefghijklmno outdev abcdefghijklmno '
+                'wan abcdefghijklmno action queue 7 8021p 7 dscp 255 counter 222')
         ran = self.config('apply', self.file(f'rule 5 {rule}\n'))
         self.says(ran, 0)
         self.assertEqual([sent for number, _, sent in ran.requests if number == 9], [(64).to_bytes(12, 'little')])

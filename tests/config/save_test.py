@@ -214,7 +214,8 @@ class Save(GatewayTest):
             os.umask(mask)
             self.says(self.save(), 0)
             status = self.saved.stat()
-            self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid), (mode, os.geteuid(), os.getegid()))
+            self.assertEqual((status.st_mode & 0o7777, status.st_uid, status.st_gid),
+                             (mode, os.geteuid(), os.getegid()))
         for mode in 0o7777, 0o604, 0o400:
             os.chmod(self.saved, mode)
             self.says(self.save(), 0)
