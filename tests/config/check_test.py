@@ -217,6 +217,7 @@ class Check(GatewayTest):
         for end in '\r\n', ' \r\n':
             self.refused('qos' + end, '/file:1: a word is missing, unknown, too long or out of its range: qos')
         self.refused('\rqos enable\n', '/file:1: Err: unknow argument: ?qos: ?qos enable')
+        self.refused('\r\r\n', '/file:1: Err: unknow argument: ?: ')
 
     def test_six_marks(self):
         self.refused(DUMP[:-2], '/file: has 5 of the six lines of "!": it was cut off')
@@ -334,6 +335,8 @@ class Check(GatewayTest):
         self.refused('# only this\n\n', '/file: names nothing; to have nothing, write "qos disable"')
         self.refused(b'qos enable\nbucket 1\0 rate 64\n', '/file:2: a byte of zero')
         self.refused(bytes(100000), '/file:1: a byte of zero')
+        self.refused(b'\n\0\n', '/file:2: a byte of zero')
+        self.refused('x', '/file:1: the last line has no newline: the file was cut off')
         whole = 'qos enable'.ljust(63) + '\n' + ('#' * 63 + '\n') * 65535
         self.says(self.config('check', self.file(whole)), 0)
         self.refused(whole + '\n', '/file: larger than 4 MiB')
@@ -343,12 +346,29 @@ class Check(GatewayTest):
         self.refused('/dev/zero', '/dev/zero: not a regular file')
         self.refused('/none/there', '/none/there: No such file or directory')
 
+    def test_a_terminal_is_not_taken_for_its_own(self):
+        # It would be, of a session that has none, and hung up at the end: what is left of the session would die.
+        controller, terminal = os.openpty()
+        for descriptor in controller, terminal:
+            self.addCleanup(os.close, descriptor)
+        name = os.ttyname(terminal)
+        left = 'exec 3<&0; { read line <&3 && echo "$line"; } & exec "$0" check "$1"'
+        started = subprocess.Popen(['sh', '-c', left, CONFIG, name], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   stderr=subprocess.PIPE, start_new_session=True)
+        self.assertEqual(started.wait(30), 2)
+        self.assertEqual(started.communicate(b'alive\n', timeout=30),
+                         (b'alive\n', f'kxqos-config: {name}: not a regular file\n'.encode()))
+
     def test_standard_input(self):
         for text, status, said in (('qos enable\n', 0, ''),
                                    ('qos\n', 2, 'standard input:1: a word is missing, unknown, too long or out of '
                                                 'its range: qos')):
             ran = self.config('check', '-', input=text.encode())
             self.says(ran, status, *([said] if said else []))
+        # In the pieces that a pipe gives.
+        whole = b'#' * ((4 << 20) - 12) + b'\nqos enable\n'
+        self.says(self.config('check', '-', input=whole), 0)
+        self.says(self.config('check', '-', input=whole + bytes(100000)), 2, 'standard input: larger than 4 MiB')
 
     def test_a_file_that_cannot_be_read(self):
         file = self.file('qos enable\n')
@@ -378,6 +398,10 @@ class Check(GatewayTest):
         line = 'rule 5 match ' + 'vid 7 ' * 520 + 'action queue 1'
         self.refused(line + '\n', '/file:1: the line has too many words: ' + line)
         self.refused('x ' * 1024 + '\n', '/file:1: the line has too many words: ' + ('x ' * 1024)[:-1])
+        self.refused('x ' * 1023 + '\n', '/file:1: Err: unknow argument: x: ' + ('x ' * 1023)[:-1])
+        # So much of it is shown.
+        self.refused('x ' * 2048 + '\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
+        self.refused('x ' * 2048 + 'x\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
         self.assertEqual(self.check('rule 5 match wan ' + 'x' * 100000 + '\n')[0], 2)
 
     def test_no_terminal_is_moved(self):

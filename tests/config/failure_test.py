@@ -2,6 +2,7 @@
 
 import fcntl
 import os
+import pathlib
 import signal
 import subprocess
 import time
@@ -537,6 +538,12 @@ class Confirm(Configured):
             self.assertIn('bucket 4 rate 640\n', self.shown())
         return started
 
+    def program(self, started):
+        # The launcher is what was started; the program is its only child, or itself.
+        children = subprocess.run(['ps', '-o', 'pid=', '--ppid', str(started.pid)], stdout=subprocess.PIPE,
+                                  check=False).stdout.split()
+        return int(children[0]) if children else started.pid
+
     def end(self, started, status, *lines, answer=b''):
         out, err = started.communicate(answer, timeout=30)
         self.assertEqual((out, err.decode()), (b'', ''.join(f'kxqos-config: {line}\n' for line in lines)))
@@ -567,13 +574,18 @@ class Confirm(Configured):
     def test_signals_put_back(self):
         for number in signal.SIGHUP, signal.SIGINT, signal.SIGTERM:
             started = self.start(30)
-            # The launcher is what was started; the program is its only child, or itself.
-            children = subprocess.run(['ps', '-o', 'pid=', '--ppid', str(started.pid)], stdout=subprocess.PIPE,
-                                      check=False).stdout.split()
-            os.kill(int(children[0]) if children else started.pid, number)
+            os.kill(self.program(started), number)
             started.wait(30)
             self.end(started, 1, 'stopped by a signal', BACK)
             self.same_as_before()
+
+    def test_the_file_is_not_kept_open(self):
+        # It may be on a disk that is to be taken away.
+        started = self.start(30)
+        opened = [os.readlink(link) for link in pathlib.Path(f'/proc/{self.program(started)}/fd').iterdir()]
+        self.assertIn(str(self.state.resolve()), opened)
+        self.assertNotIn(str((self.folder / 'file').resolve()), opened)
+        self.end(started, 0, answer=b'\n')
 
     def test_nothing_to_confirm(self):
         self.end(self.start(30, FULL), 0)
