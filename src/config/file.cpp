@@ -129,7 +129,7 @@ static char *word_end(char *text, const char *end)
 void divide_line(char *text, uint32_t size, line *line)
 {
     const char *end = text + size;
-    if (size > 0 && end[-1] == '\r')
+    if (end[-1] == '\r')
         end--;
     line->count = 0;
     for (;;) {
@@ -182,10 +182,10 @@ bool next_line(const file &file, position *position, line *line)
 // As much of a line as a message shows.
 static constexpr int shown_most = 4095;
 
-// The line for people.
+// The line for people. It has a word.
 static void clean_copy(const char *text, uint32_t size, char (&copy)[shown_most + 1])
 {
-    while (size > 0 && is_blank(*text)) {
+    while (is_blank(*text)) {
         text++;
         size--;
     }

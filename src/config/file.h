@@ -44,8 +44,8 @@ bool next_line(const file &file, position *position, line *line);
 // How many bytes behind a line's characters must be there to be read, the first of them its newline or a terminator.
 inline constexpr int line_reserve = 8;
 
-// Divides the line at text, which has size characters, and its reserve: each word is terminated where it stands. A line
-// that was divided can be divided again.
+// Divides the line at text, which has size characters, one at least, and its reserve: each word is terminated where it
+// stands. A line that was divided can be divided again.
 void divide_line(char *text, uint32_t size, line *line);
 
 // Says "FILE:LINE: what is wrong: the line".
