@@ -1,5 +1,9 @@
 """diff and apply: what is sent, in which order, and what holds afterwards."""
 
+import fcntl
+import os
+import subprocess
+import termios
 import unittest
 
 from gateway import CONFIG, NOTHING, TYPED_WHOLE, GatewayTest, rule_bytes
@@ -413,10 +417,43 @@ bucket 3 delete
         self.says(ran, 0)
         self.assertEqual((ran.out, ran.changes), (b'', [28]))
 
+    @staticmethod
+    def redirected(descriptors):
+        return 'exec "$@"' + ''.join(f' {number}>&-' for number in descriptors)
+
+    def closed(self, descriptors, *words, faults=()):
+        return self.run_words('sh', '-c', self.redirected(descriptors), 'sh', CONFIG, *words, faults=faults)
+
     def test_closed_descriptors(self):
-        ran = self.run_words('sh', '-c', 'exec "$@" <&- >&- 2>&-', 'sh', CONFIG, 'apply', self.file(FULL))
+        ran = self.closed((0, 1, 2), 'apply', self.file(FULL))
         self.assertEqual((ran.status, ran.err), (0, ''))
         self.assertEqual(self.applied(FULL), [])
+        # Using one fails, whatever else is closed, and nothing reaches the device instead.
+        before = self.status()
+        saved = self.config('save', '-').out
+        for descriptors in (0,), (0, 1):
+            self.says(self.closed(descriptors, 'check', '-'), 2, 'standard input: Bad file descriptor')
+        for descriptors in (1,), (0, 1):
+            self.says(self.closed(descriptors, 'show'), 1, 'standard output: Bad file descriptor')
+        for descriptors in (0, 1, 2), (1, 2), (2,):
+            self.says(self.closed(descriptors, 'show', faults=['17#1=fail']), 1)
+            self.assertEqual(self.closed(descriptors, 'save', str(self.folder / 'saved')).status, 0)
+            self.assertEqual((self.folder / 'saved').read_bytes(), saved)
+        self.assertEqual(self.status(), before)
+
+    def test_nothing_takes_the_place_of_a_closed_descriptor(self):
+        for descriptors in (1,), (2,), (1, 2):
+            reading, writing = os.pipe()
+            words = ['sh', '-c', self.redirected(descriptors), 'sh', CONFIG, 'check', '-']
+            with subprocess.Popen(words, stdin=reading, stderr=subprocess.DEVNULL) as started:
+                os.write(writing, b'#')
+                while fcntl.ioctl(reading, termios.FIONREAD, bytes(4)) != bytes(4):
+                    self.assertIsNone(started.poll())
+                for number in descriptors:
+                    self.assertEqual(os.readlink(f'/proc/{started.pid}/fd/{number}'), '/dev/null')
+                os.close(writing)
+                self.assertEqual(started.wait(30), 2)
+            os.close(reading)
 
 
 if __name__ == '__main__':

@@ -403,6 +403,10 @@ class Check(GatewayTest):
         self.refused('x ' * 2048 + '\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
         self.refused('x ' * 2048 + 'x\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
         self.assertEqual(self.check('rule 5 match wan ' + 'x' * 100000 + '\n')[0], 2)
+        # What is cut is a line still.
+        status, said = self.check('x' * 100000 + '\n')
+        self.assertEqual((status, said.count('\n'), said[-2:]), (2, 1, 'x\n'))
+        self.assertTrue(said.startswith('kxqos-config: /file:1: Err: unknow argument: xx'), said)
 
     def test_no_terminal_is_moved(self):
         self.refused(b'qos \x1b[2J\x7f\n',
@@ -411,20 +415,51 @@ class Check(GatewayTest):
         self.refused(b'\x1b[2J\n', '/file:1: Err: unknow argument: ?[2J: ?[2J')
 
 
+USAGE = '''\
+Usage: kxqos-config show [--json]
+       kxqos-config save [--lossy] [--wait SECONDS] [FILE]
+       kxqos-config check [FILE]
+       kxqos-config diff [--wait SECONDS] [FILE]
+       kxqos-config apply [--keep-going | --confirm SECONDS] [--wait SECONDS] [FILE]
+       kxqos-config run [--keep-going] [--wait SECONDS] [FILE]
+       kxqos-config --help | --version
+'''
+
+
 class Usage(GatewayTest):
+    def refused(self, *words, what=''):
+        ran = self.config(*words)
+        self.assertEqual((ran.status, ran.out, ran.requests, ran.opens), (2, b'', [], 0), words)
+        self.assertTrue(ran.err.endswith(USAGE), words)
+        said = ran.err[:-len(USAGE)]
+        self.assertEqual((said != '', what in said), (what != '', True), said)
+
     def test_bad_use(self):
-        for words in ([], ['frob'], ['--frob'], ['check', 'a', 'b'], ['check', ''], ['check', '--wait', '1'],
-                      ['show', 'x'], ['show', '--lossy'], ['apply', '--wait'], ['apply', '--wait', 'x'],
-                      ['apply', '--wait', '-1'], ['apply', '--wait', '9999'], ['apply', '--confirm', '0'],
-                      ['apply', '--confirm', '5', '--keep-going'], ['run', '--confirm', '5'], ['diff', '--json'],
-                      ['save', '--keep-going']):
-            ran = self.config(*words)
-            self.assertEqual((ran.status, ran.out, ran.requests), (2, b'', []), words)
-            self.assertIn('Usage: kxqos-config show [--json]\n', ran.err)
+        for words in ([], ['frob'], ['check', 'a', 'b'], ['check', ''], ['show', 'x'], ['apply', '--wait', 'x'],
+                      ['apply', '--wait', '-1'], ['apply', '--wait', '3601'], ['apply', '--confirm', '0'],
+                      ['apply', '--confirm', '3601'], ['apply', '--confirm', '5', '--keep-going'],
+                      ['--help', '--version'], ['check', '--help', '--wait', '1']):
+            self.refused(*words)
+        for words in ['--frob'], ['apply', '--wait'], ['-#']:
+            self.refused(*words, what=words[-1].lstrip('-'))
+
+    def test_which_verb_takes_what(self):
+        options = ['--json'], ['--lossy'], ['--keep-going'], ['--confirm', '5'], ['--wait', '1']
+        for verb in USAGE.splitlines()[:-1]:
+            words = verb.replace('Usage:', '').split()
+            for option in options:
+                if not any(option[0] in word for word in words):
+                    self.refused(words[1], *option)
+            self.refused(words[1], 'a', 'b')
+
+    def test_the_longest_wait(self):
+        file = self.file('qos disable\n')
+        for option in '--wait', '--confirm':
+            self.says(self.config('apply', option, '3600', file), 0)
 
     def test_help_and_version(self):
         ran = self.config('--help')
-        self.assertEqual((ran.status, ran.err, ran.out[:32]), (0, '', b'Usage: kxqos-config show [--json'))
+        self.assertEqual((ran.status, ran.err, ran.out.decode()), (0, '', USAGE))
         ran = self.config('--version')
         self.assertEqual((ran.status, ran.err, ran.out), (0, '', b'kxqos-config 1.0.0\n'))
         # Without what takes the place of closed descriptors, too.

@@ -36,11 +36,11 @@ TYPED_LOST = {
 TYPED_WHOLE = ''.join(line + '\n' for number, line in enumerate(TYPED, 1) if number not in TYPED_LOST)
 
 
-def injected(what, *words, path=None):
+def injected(what, *words, path=None, trace='/dev/null'):
     """The program with a system call that fails, as strace has it; of those that use the path when one is given."""
     # The search for leaks does not work under strace.
     options = os.environ.get('ASAN_OPTIONS', '') + ':detect_leaks=0'
-    return ['strace', '--quiet=all', '-o', '/dev/null', '-E', f'ASAN_OPTIONS={options}',
+    return ['strace', '--quiet=all', '-o', str(trace), '-E', f'ASAN_OPTIONS={options}',
             *(['-P', str(path)] if path is not None else []), '-e', 'trace=' + what.split(':')[0], '-e',
             f'inject={what}', CONFIG, *words]
 

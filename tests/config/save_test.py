@@ -116,7 +116,8 @@ class Json(GatewayTest):
     def test_everything(self):
         self.applied(FULL + 'limit up add ip6 ::1~::2 rate 4294967295\nrule 8 action sw-fwd\n'
                      'rule 9 match dip6 2001:db8::1 sip6 !2001:db8::/32 rxports 0x11 protocols 6 action\n')
-        told = self.json('17#1=bytes:232:ffffffffffffffff,bytes:225:01', '26#9=bytes:8:0500,bytes:16:0600,bytes:24:0700')
+        told = self.json('17#1=bytes:232:ffffffffffffffff,bytes:225:01',
+                         '26#9=bytes:8:0501,bytes:16:0600000001,bytes:24:ffffffffffffffff')
         self.assertEqual((told['qos'], told['pure_dscp_remarking'], told['fine_classification']), (True, True, False))
         self.assertEqual(told['rules'], [
             {'profile': 'qos', 'id': 5, 'match': [{'field': 'vid', 'inverse': False, 'value': '7', 'mask': '0xffff'}],
@@ -136,7 +137,7 @@ class Json(GatewayTest):
         # The lab's numbers: 100 and 1000 more than the bucket's.
         self.assertEqual(told['buckets'], [{'id': 3, 'rate': 128, 'hardware': 103, 'tokens': 1003},
                                            {'id': 4, 'rate': 0, 'hardware': 104, 'tokens': 1004}])
-        self.assertEqual(told['counters'], [{'id': 9, 'bytes': 5, 'packets': 6, 'speed': 7}])
+        self.assertEqual(told['counters'], [{'id': 9, 'bytes': 0x105, 'packets': 0x100000006, 'speed': (1 << 64) - 1}])
         self.assertEqual(told['limits'], {
             'up': {'mode': 'vlan', 'ip': [{'low': '1.2.3.4', 'high': '1.2.3.4', 'rate': 5},
                                           {'low': '::1', 'high': '::2', 'rate': 4294967295}],
@@ -154,16 +155,38 @@ class Json(GatewayTest):
         self.assertEqual(told['rules'][0]['match'][0]['value'], 'A' * 16)
         self.assertEqual(len(told['rules'][0]['actions']), 10)
 
+    def test_a_name_as_it_is(self):
+        # What is printable stands for itself.
+        self.applied('rule 5 match wan x action queue 1\n')
+        ran = self.config('show', '--json', faults=['17#1=bytes:188:' + hexadecimal(' ~') + '00'])
+        self.assertIn(b'"value":" ~"}', ran.out)
+        self.assertTrue(ran.out.endswith(b'}\n'))
+
+    def test_the_first_and_the_last(self):
+        self.applied('rule 1 match dmac 0:1:2:3:4:5 protocols 6 action queue 1\ncounter 1 enable\ncounter 222 enable\n'
+                     'bucket 1 rate 64\nbucket 64 rate 64\nqos enable\n')
+        told = self.json('2#1=bytes:0:01010000')
+        self.assertEqual([field['field'] for field in told['rules'][0]['match']], ['dmac', 'protocols'])
+        self.assertEqual([counter['id'] for counter in told['counters']], [1, 222])
+        self.assertEqual([bucket['id'] for bucket in told['buckets']], [1, 64])
+        self.assertEqual((told['debug'], told['debug_flags']), (['info', 'ratelimit'], 0x101))
+        self.assertEqual((told['qos'], told['pure_dscp_remarking'], told['fine_classification']), (True, False, True))
+
     def test_odd_answers(self):
-        self.assertEqual(self.json('20#1=bytes:1:09', '2#1=bytes:0:000000ff')['limits']['up']['mode'], 9)
+        for mode in 4, 9:
+            self.assertEqual(self.json(f'20#1=bytes:1:0{mode}')['limits']['up']['mode'], mode)
+        # Flags that are nobody's category.
+        told = self.json('2#1=bytes:0:00feffff')
+        self.assertEqual((told['debug'], told['debug_flags']), ([], 0xfffffe00))
         # Any word but 0 says that a limit is in use.
         self.applied('limit up add vlan 7 rate 100\n')
         self.assertEqual(self.json('20#1=bytes:484:0001')['limits']['up']['vlan'], [{'vlan': 7, 'rate': 100}])
 
-    def test_a_queue_map_that_cannot_be_read(self):
-        ran = self.config('show', '--json', faults=['31#1=fail'])
-        self.says(ran, 1, 'cannot read the queue map: request 31 gave -1 (Input/output error)')
-        self.assertEqual(ran.out, b'')
+    def test_what_cannot_be_read(self):
+        for number, what in (31, 'the queue map'), (26, 'the counters'), (2, 'the debug flags'):
+            ran = self.config('show', '--json', faults=[f'{number}#1=fail'])
+            self.says(ran, 1, f'cannot read {what}: request {number} gave -1 (Input/output error)')
+            self.assertEqual(ran.out, b'')
 
 
 # Commands that the tool takes, why save refuses what they make, and what check says where it knows more of their line.
