@@ -331,6 +331,19 @@ limit down add port 3 rate 10 \n!
             self.assertEqual(self.applied(text), changes, text)
             self.assertEqual(self.applied(text), [], text)
 
+    def test_full_tables(self):
+        # Of each some are deleted again, in the first half of the table and in the second, and as many come.
+        for kind, last in ('ip', 24), ('vlan', 16), ('port', 16):
+            key = (lambda n: f'10.0.0.{n}~10.0.0.{n}') if kind == 'ip' else lambda n: n
+            limits = {n: f'limit down add {kind} {key(n)} rate {n} \n' for n in range(1, last + 1)}
+            gone = 3, last // 2, last - 1
+            text = ''.join(limits.values()) + ''.join(limits[n].replace('add', 'delete') for n in gone)
+            come = [limits[n].replace(f'rate {n} ', 'rate 99 ') for n in gone]
+            self.applied('qos disable\n')
+            self.applied(text + ''.join(come))
+            kept = [line for n, line in limits.items() if n not in gone]
+            self.assertEqual(self.shown(), NOTHING[:-2] + ''.join(kept + come) + '!\n')
+
     def test_another_mode_alone(self):
         self.applied(FULL)
         self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode ip')),

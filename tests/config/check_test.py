@@ -335,7 +335,7 @@ class Check(GatewayTest):
         self.refused('# only this\n\n', '/file: names nothing; to have nothing, write "qos disable"')
         self.refused(b'qos enable\nbucket 1\0 rate 64\n', '/file:2: a byte of zero')
         self.refused(bytes(100000), '/file:1: a byte of zero')
-        self.refused(b'\n\0\n', '/file:2: a byte of zero')
+        self.refused(b'\n' * 300 + b'\0\n', '/file:301: a byte of zero')
         self.refused('x', '/file:1: the last line has no newline: the file was cut off')
         whole = 'qos enable'.ljust(63) + '\n' + ('#' * 63 + '\n') * 65535
         self.says(self.config('check', self.file(whole)), 0)
@@ -403,10 +403,13 @@ class Check(GatewayTest):
         self.refused('x ' * 2048 + '\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
         self.refused('x ' * 2048 + 'x\n', '/file:1: the line has too many words: ' + 'x ' * 2047 + 'x')
         self.assertEqual(self.check('rule 5 match wan ' + 'x' * 100000 + '\n')[0], 2)
-        # What is cut is a line still.
-        status, said = self.check('x' * 100000 + '\n')
-        self.assertEqual((status, said.count('\n'), said[-2:]), (2, 1, 'x\n'))
-        self.assertTrue(said.startswith('kxqos-config: /file:1: Err: unknow argument: xx'), said)
+        word = 'x' * 1000
+        self.refused(f'{word}\n', f'/file:1: Err: unknow argument: {word}: {word}')
+        # What is cut is a line still, whatever was full at its end.
+        for size in [*range(8160, 8200), 100000]:
+            status, said = self.check('x' * size + '\n')
+            self.assertEqual((status, said.count('\n'), said[-2:]), (2, 1, 'x\n'))
+            self.assertTrue(said.startswith(f'kxqos-config: /file:1: Err: unknow argument: {word}'), said)
 
     def test_no_terminal_is_moved(self):
         self.refused(b'qos \x1b[2J\x7f\n',

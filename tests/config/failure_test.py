@@ -499,6 +499,11 @@ class Mark(Configured):
         self.says(self.attempt(FULL), 0)
         self.assertEqual(self.state.stat().st_mode & 0o7777, 0o600)
 
+    def test_the_other_bits_stay(self):
+        self.state.chmod(0o1755)
+        self.applied(OTHER)
+        self.assertEqual(self.state.stat().st_mode & 0o7777, 0o755)
+
     def test_it_goes_when_all_was_put_back(self):
         for faults, status, mode in (['34#1=fail'], 1, 0o600), ([f'{VLAN}#2=fail', f'{VLAN}#3=fail'], 3, 0o1600):
             self.state.chmod(0o600)
@@ -555,8 +560,9 @@ class Confirm(Configured):
         self.assertEqual(self.attempt(OTHER).changes, [])
 
     def test_anything_else_puts_back(self):
-        self.end(self.start(30), 1, 'not Enter alone', BACK, answer=b'no\n')
-        self.same_as_before()
+        for answer in b'no\n', b'n\n', b'#\n':
+            self.end(self.start(30), 1, 'not Enter alone', BACK, answer=answer)
+            self.same_as_before()
 
     def test_end_of_input_puts_back(self):
         self.end(self.start(30), 1, 'standard input has ended', BACK)
@@ -571,6 +577,21 @@ class Confirm(Configured):
         self.assertGreaterEqual(time.monotonic() - began, 1)
         self.end(started, 1, 'no answer', BACK)
         self.same_as_before()
+
+    def test_how_long_the_answer_is_waited_for(self):
+        waits = self.folder / 'waits'
+        began = time.monotonic()
+        # Each character of the answer comes with a delay.
+        ran = self.run_words(*injected('poll,read:delay_enter=20000', 'apply', '--confirm', '30', self.file(OTHER),
+                                       trace=waits), input=b'no\n')
+        took = (time.monotonic() - began) * 1000
+        self.says(ran, 1, 'press Enter within 30 seconds to keep this', 'not Enter alone', BACK)
+        left = [int(time) for time in re.findall(r'^poll\(.*\], 2, (-?\d+)\)', waits.read_text(), re.MULTILINE)]
+        self.assertEqual((len(left), left[0]), (3, 30000))
+        # What has passed meanwhile is taken off.
+        for earlier, later in zip(left, left[1:]):
+            self.assertGreaterEqual(earlier - later, 40)
+        self.assertLessEqual(left[0] - left[-1], took)
 
     def test_signals_put_back(self):
         for number in signal.SIGHUP, signal.SIGINT, signal.SIGTERM:
@@ -601,10 +622,11 @@ class Confirm(Configured):
         self.same_as_before()
 
     def test_an_answer_that_cannot_be_read(self):
-        answer = self.file('\n', 'answer')
-        for error, status, *said in (('EIO', 1, 'standard input has ended', BACK), ('EINTR:when=1', 0),
-                                     ('EAGAIN:when=1', 0)):
+        ended = 'standard input has ended', BACK
+        for error, text, status, *said in (('EIO', '\n', 1, *ended), ('EINTR:when=1', '\n', 0),
+                                           ('EAGAIN:when=1', '\n', 0), ('EAGAIN:when=1', '', 1, *ended)):
             self.applied(FULL)
+            answer = self.file(text, 'answer')
             with open(answer, 'rb') as standard_input:
                 ran = self.run_words(*injected(f'read:error={error}', 'apply', '--confirm', '30', self.file(OTHER),
                                                path=answer), stdin=standard_input)
@@ -671,7 +693,7 @@ class Lock(GatewayTest):
         self.applied(FULL)
         with open(self.state, 'rb') as device:
             fcntl.flock(device, fcntl.LOCK_EX)
-            for options, seconds in ([], 10), (['--wait', '3'], 3):
+            for options, seconds in ([], 10), (['--wait', '260'], 260):
                 # Each wait is over at once.
                 ran = self.run_words(*injected('poll:retval=0', 'apply', *options, path, trace=waits))
                 self.says(ran, 2, 'another kxqos-config is at work on the gateway')
@@ -701,6 +723,19 @@ class Lock(GatewayTest):
         self.assertIsNone(diff.poll())
         diff.terminate()
         self.assertEqual(diff.wait(10), -signal.SIGTERM)
+
+    def test_a_save_that_nobody_reads_on(self):
+        self.applied(''.join(f'rule {n} profile 1 match sip 10.0.0.{n % 256} action queue 1\n' for n in range(1, 513)))
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        save = subprocess.Popen(self.words(CONFIG, 'save', '-'), stdout=writing)
+        self.addCleanup(save.wait)
+        self.addCleanup(save.kill)
+        os.close(writing)
+        self.assertEqual(os.read(reading, 1), b'#')
+        self.says(self.config('apply', '--wait', '0', self.file('qos enable\n')), 0)
+        self.assertIsNone(save.poll())
 
     def test_diff_into_run(self):
         # More than a pipe holds, and each locks the gateway.

@@ -72,6 +72,9 @@ class Run(GatewayTest):
         ran = self.config('run', self.file('bucket 1 rate 64\nbucket 2 rate 64\n'), faults=['8#1=result:7'])
         self.says(ran, 0)
         self.assertEqual(ran.changes, [8, 8])
+        # Nor is it the reason why another fails.
+        ran = self.config('run', self.file('bucket 1 rate 64\nqos\n'), faults=['8#1=result:7'])
+        self.says(ran, 1, f'{self.folder}/file:2: a word is missing, unknown, too long or out of its range: qos')
 
     def test_what_is_no_file_of_commands(self):
         for text, why in (('bucket 1 rate 64\nbucket 2 rate 64', ':2: the last line has no newline: the file was cut '

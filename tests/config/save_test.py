@@ -229,6 +229,16 @@ class Save(GatewayTest):
         self.assertEqual(self.status(), before)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ['file', 'saved', 'state', 'trace'])
 
+    def test_the_first_and_the_last(self):
+        rules = ''.join(f'rule {number} profile {profile} action queue {queue}\n' for queue, (profile, last) in enumerate(
+            (('qos', 64), ('osgiflow', 512), ('lanhost', 512), ('bridgedata', 64), ('hardacc', 64)))
+            for number in (1, last))
+        buckets = 'bucket 1 rate 64\nbucket 64 rate 128\n'
+        self.applied(rules + buckets)
+        self.says(self.save(), 0)
+        parts = '!\nqos disable\n!\n' + rules + '!\n!\n' + buckets + NOTHING[NOTHING.index('!\nlimit'):]
+        self.assertEqual(self.saved.read_text(), COMMENTS + parts)
+
     def test_mode_and_owner(self):
         self.addCleanup(os.umask, os.umask(0))
         # A new file is the caller's, and for all to read whom the mask does not shut out.
