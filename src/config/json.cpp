@@ -25,8 +25,7 @@ struct readings {
 
 static bool cannot_read(const char *what)
 {
-    const char *failure = gateway_failure();
-    say("cannot read %s: %s", what, failure != nullptr ? failure : "no answer");
+    say("cannot read %s: %s", what, gateway_failure());
     return false;
 }
 
