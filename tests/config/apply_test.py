@@ -344,6 +344,14 @@ limit down add port 3 rate 10 \n!
             kept = [line for n, line in limits.items() if n not in gone]
             self.assertEqual(self.shown(), NOTHING[:-2] + ''.join(kept + come) + '!\n')
 
+    def test_the_same_limit_twice(self):
+        self.applied('limit up add vlan 5 rate 1\nlimit up add vlan 5 rate 1\n')
+        self.assertEqual(self.shown(), NOTHING.replace('limit down', 'limit up add vlan 5 rate 1 \nlimit down'))
+
+    def test_a_reset_in_a_file_is_of_one_profile(self):
+        self.applied('rule 64 action queue 1\nrule 1 profile osgiflow action queue 2\nreset profile qos\n')
+        self.assertEqual(self.shown(), NOTHING.replace('!\n!\n', '!\nrule 1 profile osgiflow action queue 2\n!\n', 1))
+
     def test_another_mode_alone(self):
         self.applied(FULL)
         self.assertEqual(self.applied(FULL.replace('up mode vlan', 'up mode ip')),

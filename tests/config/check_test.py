@@ -229,6 +229,7 @@ class Check(GatewayTest):
         # Nothing stands behind the last, where it could be cut off unnoticed.
         for line in 'counter 5 enable', 'debug info on', 'refresh enable', 'rule 5 delete', 'reset profile qos':
             self.refused(f'{DUMP}{line}\n', f'/file:14: stands after the wrong line of "!": {line}')
+        self.refused('!\nbucket 4 rate 64\n' + DUMP[2:], '/file:2: stands after the wrong line of "!": bucket 4 rate 64')
         self.refused(DUMP.replace('qos enable\n!\n', '!\nqos enable\n'),
                      '/file:3: stands after the wrong line of "!": qos enable')
 
@@ -261,6 +262,10 @@ class Check(GatewayTest):
         self.assertEqual(self.check('rule 5 action queue 1\nrule 5 profile 1 action queue 2\nrule 5 action queue 1\n'
                                     'rule 5 delete\nrule 5 action queue 2\nreset profile qos\n'
                                     'rule 5 action queue 3\n'), (0, ''))
+        # The first of all, and a limit whose number is 0.
+        self.assertEqual(self.check('rule 1 action queue 1\nrule 1 delete\n'), (0, ''))
+        self.assertEqual(self.check('limit up add port 3 rate 1\nlimit up add port 0 rate 1\n'
+                                    'limit up delete port 0 rate 1\n'), (0, ''))
 
     def refused_losses(self, kind):
         rows = [row.split('|') for row in LOST[kind].split('\n')[:-1]]
@@ -316,9 +321,9 @@ class Check(GatewayTest):
                                     'debug info on\ndebug error off\nqos enable\nrefresh disable\n'), (0, ''))
 
     def test_a_bucket_that_is_missing_is_a_warning(self):
-        line = 'rule 5 match vid 7 action rate-bucket 9'
-        self.assertEqual(self.check(f'qos enable\n{line}\n'),
-                         (0, f'kxqos-config: /file:2: warning: bucket 9 is not set: {line}\n'))
+        for line in 'rule 5 match vid 7 action rate-bucket 9', 'rule 1 action rate-bucket 9':
+            self.assertEqual(self.check(f'qos enable\n{line}\n'),
+                             (0, f'kxqos-config: /file:2: warning: bucket 9 is not set: {line}\n'))
         self.assertEqual(self.check(f'{line}\nbucket 9 rate 64\n'), (0, ''))
 
     def test_deleted_limits(self):

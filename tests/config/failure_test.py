@@ -80,12 +80,21 @@ class Failure(Configured):
                            'limit up delete vlan 7 rate 1\nqos enable\n', f'{VLAN}#3=fail')
         self.says(ran, 1, f'{self.folder}/file:3: the library gave 6 for the switch: limit up add vlan 8 rate 2', BACK)
 
+        # Or one behind it, with all of its bytes 0.
+        ran = self.attempt('limit up mode port\nlimit up add port 3 rate 1\nlimit up add port 0 rate 2\n'
+                           'limit up delete port 0 rate 2\nqos enable\n', f'{PORT}#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:2: the library gave 6 for the switch: limit up add port 3 rate 1', BACK)
+
         # What is sent once for several lines, or for none of them.
         ran = self.attempt(FULL + 'refresh enable\n', '36#1=fail')
         self.says(ran, 1, f'{self.folder}/file:18: request 36 gave -1 (Input/output error): refresh enable', BACK)
         self.assertEqual(ran.changes, [36])  # what it was before cannot be known
         ran = self.attempt(FULL.replace('debug info on\ndebug error on', 'debug match on'), '1#1=fail')
         self.says(ran, 1, f'{self.folder}/file:16: request 1 gave -1 (Input/output error): debug match on', BACK)
+        ran = self.attempt(FULL.replace('debug info on\ndebug error on', 'debug error on\ndebug match on'), '1#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:16: request 1 gave -1 (Input/output error): debug error on', BACK)
+        ran = self.attempt(FULL.replace('debug info on', 'debug info off'), '1#1=fail')
+        self.says(ran, 1, f'{self.folder}/file:16: request 1 gave -1 (Input/output error): debug info off', BACK)
         ran = self.attempt(FULL.replace('qos enable\n', ''), '28#1=fail')
         self.says(ran, 1, f'{self.folder}/file: request 28 gave -1 (Input/output error): qos disable', BACK)
         ran = self.attempt('qos enable\n', '19#1=fail')
