@@ -211,6 +211,7 @@ class Check(GatewayTest):
                '\tbucket 3 rate 64\t\n')
         self.assertEqual(self.applied(plain), [8, 13])
         self.assertEqual(self.applied(odd), [])
+        self.refused('\t  qos \t\nqos enable\n', '/file:1: a word is missing, unknown, too long or out of its range: qos')
 
     def test_a_carriage_return(self):
         # It ends a line, and elsewhere it is a part of a word.

@@ -172,6 +172,12 @@ class Json(GatewayTest):
         self.assertEqual((told['debug'], told['debug_flags']), (['info', 'ratelimit'], 0x101))
         self.assertEqual((told['qos'], told['pure_dscp_remarking'], told['fine_classification']), (True, False, True))
 
+    def test_values_as_the_tool_shows_them(self):
+        self.applied('rule 1 match sip6 2001:0:5::/ffff:0:ffff:: rxports 1 action queue 1\n')
+        self.assertEqual(self.json()['rules'][0]['match'], [
+            {'field': 'sip6', 'inverse': False, 'value': '2001:0:5::', 'mask': 'ffff:0:ffff::'},
+            {'field': 'rxports', 'inverse': False, 'value': '0x1'}])
+
     def test_odd_answers(self):
         for mode in 4, 9:
             self.assertEqual(self.json(f'20#1=bytes:1:0{mode}')['limits']['up']['mode'], mode)
