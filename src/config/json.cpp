@@ -51,13 +51,13 @@ static const char *next(bool *first)
     return text;
 }
 
-// As a string of JSON, up to its terminator or size. A byte that is no printable ASCII, of a name in whatever encoding,
-// stands as the character of its number.
-static void print_string(const char *text, size_t size)
+// As a string of JSON. A byte that is no printable ASCII, of a name in whatever encoding, stands as the character of its
+// number.
+static void print_string(const char *text)
 {
     print("\"");
-    for (size_t i = 0; i < size && text[i] != '\0'; i++) {
-        const auto c = static_cast<unsigned char>(text[i]);
+    for (; *text != '\0'; text++) {
+        const auto c = static_cast<unsigned char>(*text);
         if (c == '"' || c == '\\')
             print("\\%c", c);
         else if (c < ' ' || c > '~')
@@ -79,7 +79,7 @@ static void print_field(const kxqos_rule_t &rule, int field, bool *first)
     format_match_field(&rule, field, 1, &text);
     print("%s{\"field\":\"%s\",\"inverse\":%s,\"value\":", next(first), match_fields[field].keyword,
           boolean(has_field(rule.fieldInverse, field)));
-    print_string(text.value, sizeof text.value);
+    print_string(text.value);
     const char *second = text.second + (text.form == match_form::prefix && text.second[0] == '/');
     if (text.form == match_form::range)
         print(",\"end\":\"%s\"", second);

@@ -201,7 +201,7 @@ static bool may_ignore_words(kxqos_request request)
 static bool ignores_last_word(const line &line)
 {
     record_aside(true);
-    const bool taken = take_words(line.count - 1, line.words, 0, nullptr) && what_was_recorded().request != 0;
+    const bool taken = take_words(line.count - 1, line.words, 0, nullptr);
     record_aside(false);
     return taken;
 }
