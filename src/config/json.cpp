@@ -51,8 +51,8 @@ static const char *next(bool *first)
     return text;
 }
 
-// As a string of JSON. A byte that is no printable ASCII, of a name in whatever encoding, stands as the character of its
-// number.
+// As a string of JSON. A byte that is no printable ASCII, of a name in whatever encoding, stands as the character of
+// its number.
 static void print_string(const char *text)
 {
     print("\"");

@@ -6,7 +6,8 @@
 
 void say(const char *format, ...)
 {
-    // Longer than the longest place, reason and line together, and written as one piece.
+    // Longer than a place, a reason and a line are together unless a word is very long: then it is cut. Written as one
+    // piece.
     char text[9000];
     constexpr char name[] = "kxqos-config: ";
     constexpr size_t begin = sizeof name - 1;
