@@ -32,6 +32,7 @@ class Show(GatewayTest):
         self.applied(FULL)
         ran = self.config('show')
         self.says(ran, 0)
+        self.assertEqual(self.trace().splitlines()[0], f'open {os.O_RDWR | os.O_CLOEXEC} = 0')
         self.assertEqual(ran.out.decode(), self.shown().replace(FIRST, MORE, 1))
         self.assertEqual((ran.changes, ran.opens), ([], 1))
 
