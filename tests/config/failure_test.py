@@ -80,6 +80,14 @@ class Failure(Configured):
                            'limit up delete vlan 7 rate 1\nqos enable\n', f'{VLAN}#3=fail')
         self.says(ran, 1, f'{self.folder}/file:3: the library gave 6 for the switch: limit up add vlan 8 rate 2', BACK)
 
+        ran = self.attempt('limit up mode vlan\nlimit up add vlan 7 rate 1\nlimit up add vlan 8 rate 2\n'
+                           'limit up add vlan 9 rate 3\nlimit up delete vlan 8 rate 2\nqos enable\n', f'{VLAN}#4=fail')
+        self.says(ran, 1, f'{self.folder}/file:4: the library gave 6 for the switch: limit up add vlan 9 rate 3', BACK)
+        # Or one of another table, which was full.
+        ran = self.attempt('limit up mode vlan\nlimit up add vlan 7 rate 1\nlimit up add vlan 8 rate 2\nqos enable\n' +
+                           ''.join(f'limit up add ip 10.0.0.{n} rate 1\n' for n in range(1, 25)) +
+                           'limit up delete ip 10.0.0.12 rate 1\n', f'{VLAN}#3=fail')
+        self.says(ran, 1, f'{self.folder}/file:2: the library gave 6 for the switch: limit up add vlan 7 rate 1', BACK)
         # Or one behind it, with all of its bytes 0.
         ran = self.attempt('limit up mode port\nlimit up add port 3 rate 1\nlimit up add port 0 rate 2\n'
                            'limit up delete port 0 rate 2\nqos enable\n', f'{PORT}#1=fail')
