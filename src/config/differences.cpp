@@ -25,12 +25,15 @@ static void say_held()
     forget_printed();
 }
 
+// What is not there is told of only where that was seen: that a part cannot be read was said when it was. Limits and
+// flags that cannot be read are no change.
+
 static void say_rule(const configuration &seen, const configuration &target, int at)
 {
     const kxqos_rule_t *missing = target.rules[at];
     if (seen.rules[at] != nullptr)
         print_rule_command(seen.rules[at]);
-    else
+    else if ((seen.unread >> missing->table_id & 1) == 0)
         print("no rule %d profile %s\n", missing->rule_id, get_qos_profile_name(missing->table_id));
     say_held();
 }
@@ -46,7 +49,7 @@ static void say_bucket(const configuration &seen, int at)
 {
     if (seen.buckets[at].bucketID != 0)
         print_bucket_command(&seen.buckets[at]);
-    else
+    else if ((seen.unread & unread_buckets) == 0)
         print("no bucket %d\n", at + 1);
     say_held();
 }
@@ -62,6 +65,14 @@ static void say_limits(const kxqos_rl_t &limits)
 {
     print_mode_command(&limits);
     dump_rate_limit_cfg(&limits);
+    say_held();
+}
+
+static void say_counter(int number, uint8_t state)
+{
+    if (state == unknown_state)
+        return;
+    print_counter_command(number, state);
     say_held();
 }
 
@@ -86,8 +97,7 @@ static bool say_difference(const change &change, const configuration &seen, cons
         return true;
     case change_kind::counter_enable:
     case change_kind::counter_disable:
-        print_counter_command(change.index, seen.counters[change.index] != 0);
-        say_held();
+        say_counter(change.index, seen.counters[change.index]);
         return true;
     case change_kind::limits_write:
         say_limits(seen.limits[change.upDir]);

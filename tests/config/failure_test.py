@@ -255,6 +255,16 @@ class Failure(Configured):
                   'asks for')
         self.assertEqual(ran.changes, [1, 1])
 
+    def test_what_cannot_be_read_is_not_told(self):
+        # All of it is there, or not, for all that is known.
+        for text, fault, what in ((FULL.replace('vid 7', 'vid 8'), '17#9', 'the rules of profile qos'),
+                                  (FULL.replace('bucket 4 rate 0', 'bucket 4 rate 64'), '11#4', 'the buckets'),
+                                  (FULL + 'counter 8 enable\n', '26#3', 'counter 8'),
+                                  (FULL.replace('rate 65', 'rate 66'), '20#5', 'the limits up')):
+            ran = self.attempt(text, f'{fault}=fail')
+            self.says(ran, 1, f'cannot read {what}: request {fault[:2]} gave -1 (Input/output error)', BACK)
+        self.same_as_before()
+
     def test_a_mode_that_there_cannot_be(self):
         # No table is in force by it: nothing is removed, and all that is wanted comes.
         text = FULL + 'limit up add port 3 rate 5\n'
