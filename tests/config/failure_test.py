@@ -635,6 +635,13 @@ class Confirm(Configured):
         self.assertEqual([path for path in opened if path.startswith('/')], [str(self.state.resolve())])
         self.end(started, 0, answer=b'\n')
 
+    def test_no_other_signal_is_held_back(self):
+        started = self.start(30)
+        status = pathlib.Path(f'/proc/{self.program(started)}/status').read_text()
+        held = sum(1 << number - 1 for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM))
+        self.assertEqual(int(re.search(r'^SigBlk:\t(.*)$', status, re.MULTILINE)[1], 16), held)
+        self.end(started, 0, answer=b'\n')
+
     def test_nothing_to_confirm(self):
         self.end(self.start(30, FULL), 0)
 

@@ -68,6 +68,14 @@ class Run(GatewayTest):
             self.says(ran, 1, f'{self.folder}/file:3: {why}: {line}')
             self.assertIn('bucket 3 rate 64\n', self.shown())
 
+    def test_what_a_line_printed_is_its_own(self):
+        # Three lines of trouble, and then less of it.
+        text = ''.join(f'limit up add vlan {n} rate {n}\n' for n in (1, 2, 3)) + 'limit up mode vlan\nbucket 5 show\n'
+        ran = self.config('run', '--keep-going', self.file(text),
+                          faults=[f'libkx_switchApi_vlanSetRateLimit#{call}=fail' for call in (1, 2, 3)])
+        self.says(ran, 1, f'{self.folder}/file:4: hw enable vlan 1 rate limit fail: limit up mode vlan',
+                  f'{self.folder}/file:5: the bucket is not configured: bucket 5 show')
+
     def test_a_result_above_zero_is_none_that_fails(self):
         ran = self.config('run', self.file('bucket 1 rate 64\nbucket 2 rate 64\n'), faults=['8#1=result:7'])
         self.says(ran, 0)
