@@ -343,6 +343,8 @@ limit down add port 3 rate 10 \n!
             self.applied(text + ''.join(come))
             kept = [line for n, line in limits.items() if n not in gone]
             self.assertEqual(self.shown(), NOTHING[:-2] + ''.join(kept + come) + '!\n')
+            # Without its two comments.
+            self.assertEqual(self.config('save', '-').out.decode().split('\n', 2)[2], self.shown())
 
     def test_the_same_limit_twice(self):
         self.applied('limit up add vlan 5 rate 1\nlimit up add vlan 5 rate 1\n')

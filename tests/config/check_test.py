@@ -85,6 +85,7 @@ rule 5 match sip6 2001:db8::1 esip6 2001:db8::2 action queue 1|a field given bef
 rule 5 match dip6 2001:db8::1 dip 10.0.0.1 action queue 1|a field given before, in the same place,
 rule 5 match sip 10.0.0.1 esip 10.0.0.2 sip6 100:a::/ffff:ffff:: action queue 1|a field given before, in the same place,
 rule 5 match sip6 201:a::/ffff:ffff:: esip 10.0.1.1 sip 10.0.1.2 action queue 1|a field given before, in the same place,
+rule 5 match sip 10.0.0.2 esip 10.0.0.1 sip6 100:a::/ffff:ffff:: action queue 1|a field given before, in the same place,
 rule 5 match sport 5 esport 6 action queue 1|a field given before, in the same place,
 rule 5 match sport 5~7 esport 5~8 action queue 1|a field given before, in the same place,
 rule 5 match protocol 6 protocols 7 action queue 1|a field given before, in the same place,
