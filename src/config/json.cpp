@@ -80,7 +80,7 @@ static void print_field(const kxqos_rule_t &rule, int field, bool *first)
     print("%s{\"field\":\"%s\",\"inverse\":%s,\"value\":", next(first), match_fields[field].keyword,
           boolean(has_field(rule.fieldInverse, field)));
     print_string(text.value);
-    const char *second = text.second + (text.form == match_form::prefix && text.second[0] == '/');
+    const char *second = text.second + (text.second[0] == '/'); // in front of a mask of IPv6
     if (text.form == match_form::range)
         print(",\"end\":\"%s\"", second);
     else if (*second != '\0')
