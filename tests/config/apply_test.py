@@ -2,6 +2,7 @@
 
 import fcntl
 import os
+import pathlib
 import subprocess
 import termios
 import unittest
@@ -470,12 +471,12 @@ bucket 3 delete
             words = ['sh', '-c', self.redirected(descriptors), 'sh', CONFIG, 'check', '-']
             with subprocess.Popen(words, stdin=reading, stderr=subprocess.DEVNULL) as started:
                 os.write(writing, b'#')
-                while fcntl.ioctl(reading, termios.FIONREAD, bytes(4)) != bytes(4):
-                    self.assertIsNone(started.poll())
-                for number in descriptors:
-                    self.assertEqual(os.readlink(f'/proc/{started.pid}/fd/{number}'), '/dev/null')
+                while fcntl.ioctl(reading, termios.FIONREAD, bytes(4)) != bytes(4) and started.poll() is None:
+                    pass
+                opened = {int(link.name): os.readlink(link) for link in pathlib.Path(f'/proc/{started.pid}/fd').iterdir()}
                 os.close(writing)
-                self.assertEqual(started.wait(30), 2)
+            self.assertEqual(started.returncode, 2)
+            self.assertEqual({number: opened.get(number) for number in descriptors}, dict.fromkeys(descriptors, '/dev/null'))
             os.close(reading)
 
 
