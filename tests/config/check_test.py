@@ -448,7 +448,8 @@ class Usage(GatewayTest):
         for words in ([], ['frob'], ['check', 'a', 'b'], ['check', ''], ['show', 'x'], ['apply', '--wait', 'x'],
                       ['apply', '--wait', '-1'], ['apply', '--wait', '3601'], ['apply', '--confirm', '0'],
                       ['apply', '--confirm', '3601'], ['apply', '--confirm', '5', '--keep-going'],
-                      ['--help', '--version'], ['check', '--help', '--wait', '1']):
+                      ['--help', '--version'], ['check', '--help', '--wait', '1'], ['--wait', 'x', 'diff'],
+                      ['--confirm', '0', 'apply']):
             self.refused(*words)
         for words in ['--frob'], ['apply', '--wait'], ['-#']:
             self.refused(*words, what=words[-1].lstrip('-'))

@@ -614,11 +614,12 @@ class Confirm(Configured):
         took = (time.monotonic() - began) * 1000
         self.says(ran, 1, 'press Enter within 30 seconds to keep this', 'not Enter alone', BACK)
         left = [int(time) for time in re.findall(r'^poll\(.*\], 2, (-?\d+)\)', waits.read_text(), re.MULTILINE)]
-        self.assertEqual((len(left), left[0]), (3, 30000))
+        self.assertEqual(len(left), 3)
         # What has passed meanwhile is taken off.
         for earlier, later in zip(left, left[1:]):
-            self.assertGreaterEqual(earlier - later, 40)
-        self.assertLessEqual(left[0] - left[-1], took)
+            self.assertGreaterEqual(earlier - later, 30)
+        self.assertLessEqual(left[0], 30000)
+        self.assertGreaterEqual(left[-1], 30000 - took)
 
     def test_signals_put_back(self):
         for number in signal.SIGHUP, signal.SIGINT, signal.SIGTERM:
