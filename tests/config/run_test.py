@@ -76,6 +76,12 @@ class Run(GatewayTest):
         self.says(ran, 1, f'{self.folder}/file:4: hw enable vlan 1 rate limit fail: limit up mode vlan',
                   f'{self.folder}/file:5: the bucket is not configured: bucket 5 show')
 
+    def test_trouble_behind_another_line(self):
+        line = 'limit up add vlan 1 rate 1'
+        ran = self.config('run', self.file(line + '\n'), faults=['19#1=fail'])
+        self.says(ran, 1, f'{self.folder}/file:1: Err: write back rate limit db fail: {line}')
+        self.assertTrue(ran.out.startswith(b'add to a free entry 0\n'), ran.out)
+
     def test_a_result_above_zero_is_none_that_fails(self):
         ran = self.config('run', self.file('bucket 1 rate 64\nbucket 2 rate 64\n'), faults=['8#1=result:7'])
         self.says(ran, 0)
