@@ -258,6 +258,7 @@ class Failure(Configured):
     def test_what_cannot_be_read_is_not_told(self):
         # All of it is there, or not, for all that is known.
         for text, fault, what in ((FULL.replace('vid 7', 'vid 8'), '17#9', 'the rules of profile qos'),
+                                  (FULL.replace('dscp 5', 'dscp 6'), '17#13', 'the rules of profile lanhost'),
                                   (FULL.replace('bucket 4 rate 0', 'bucket 4 rate 64'), '11#4', 'the buckets'),
                                   (FULL + 'counter 8 enable\n', '26#3', 'counter 8'),
                                   (FULL.replace('rate 65', 'rate 66'), '20#5', 'the limits up')):
