@@ -34,7 +34,7 @@ static const char *reason_of(const kxqos_rule_t &rule, int field)
     const match_field &row = match_fields[field];
     if (row.kind == match_kind::protocol_bits)
         return "no line shows its mask";
-    if (row.kind != match_kind::device)
+    if (row.kind != match_kind::device || has_field(rule.fieldMode, field))
         return "another field is in its place, in a different form, or no command sets it like that";
     const char *name = static_cast<const char *>(match_value(&rule, row));
     if (name[0] == '\0')

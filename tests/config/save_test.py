@@ -388,6 +388,9 @@ class Save(GatewayTest):
                 ('17#1=bytes:212:01,bytes:4:01,bytes:76:00ffffffffff',
                  'rule 5 profile qos: dmac: another field is in its place, in a different form, or no command sets it '
                  'like that'),
+                # indev as a range, with a good name.
+                ('17#1=bytes:210:40', 'rule 5 profile qos: indev: another field is in its place, in a different form, or '
+                                      'no command sets it like that'),
                 # Of two things the name is told.
                 ('17#1=bytes:156:' + hexadecimal('!eth0\0') + ',bytes:218:0900', 'rule 5 profile qos' + name),
                 ('17#1=bytes:156:00', 'rule 5 profile qos: indev: an empty name cannot be written'),
