@@ -136,12 +136,11 @@ const char *send_change(const change &change, const sides &sides)
 }
 
 // What fails of it is seen by reading.
-static const char *undo_reset(const configuration &from, int profile)
+static void undo_reset(const configuration &from, int profile)
 {
     for (int at = first_place(profile); at < first_place(profile + 1); at++)
         if (from.rules[at] != nullptr)
             send_rule(from, at);
-    return nullptr;
 }
 
 const char *undo_change(const change &change, const sides &sides)
@@ -150,7 +149,8 @@ const char *undo_change(const change &change, const sides &sides)
     case change_kind::refresh:
         return nullptr; // what it was before cannot be known
     case change_kind::rule_reset:
-        return undo_reset(*sides.from, change.index);
+        undo_reset(*sides.from, change.index);
+        return nullptr;
     case change_kind::limit_remove:
         return send_limit(sides.from->limits[change.upDir], change, true);
     case change_kind::limit_install:
