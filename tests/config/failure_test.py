@@ -742,19 +742,24 @@ class Lock(GatewayTest):
         self.says(self.config('apply', '--wait', '0', self.file(FULL)), 0)
         self.assertEqual(self.applied(FULL), [])
 
+    def unread(self, words, first, environment=None):
+        """One that has begun to print, and whose output nobody reads on."""
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        printing = subprocess.Popen(words, stdout=writing, env=environment)
+        self.addCleanup(printing.wait)
+        self.addCleanup(printing.kill)
+        os.close(writing)
+        self.assertEqual(os.read(reading, 1), first)
+        return printing
+
     def test_a_diff_that_nobody_reads_on(self):
         # It has seen the gateway before it prints, so it neither keeps others out nor holds signals back.
         path = self.file(''.join(f'rule {n} profile 1 match sip 10.0.0.{n % 256}~10.255.255.255 action queue 1\n'
                                  for n in range(1, 513)))
         environment = dict(os.environ, LD_PRELOAD=str(BUILT / 'libkxqos-lab.so'), KXQOS_LAB_STATE=str(self.state))
-        reading, writing = os.pipe()
-        self.addCleanup(os.close, reading)
-        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
-        diff = subprocess.Popen([CONFIG, 'diff', path], stdout=writing, env=environment)
-        self.addCleanup(diff.wait)
-        self.addCleanup(diff.kill)
-        os.close(writing)
-        self.assertEqual(os.read(reading, 1), b'r')
+        diff = self.unread([CONFIG, 'diff', path], b'r', environment)
         self.says(self.config('apply', '--wait', '0', self.file('qos enable\n', 'other')), 0)
         self.assertIsNone(diff.poll())
         diff.terminate()
@@ -762,14 +767,7 @@ class Lock(GatewayTest):
 
     def test_a_save_that_nobody_reads_on(self):
         self.applied(''.join(f'rule {n} profile 1 match sip 10.0.0.{n % 256} action queue 1\n' for n in range(1, 513)))
-        reading, writing = os.pipe()
-        self.addCleanup(os.close, reading)
-        fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
-        save = subprocess.Popen(self.words(CONFIG, 'save', '-'), stdout=writing)
-        self.addCleanup(save.wait)
-        self.addCleanup(save.kill)
-        os.close(writing)
-        self.assertEqual(os.read(reading, 1), b'#')
+        save = self.unread(self.words(CONFIG, 'save', '-'), b'#')
         self.says(self.config('apply', '--wait', '0', self.file('qos enable\n')), 0)
         self.assertIsNone(save.poll())
 
